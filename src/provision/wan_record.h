@@ -1,0 +1,52 @@
+// The items that describe one WAN interface, gathered so that the rest of the provisioning is
+// written once for all of them.
+#pragma once
+
+#include <cstdint>
+
+#include "core/text.h"
+
+struct wan_iface_ids {
+    uint32_t ifname_id;
+    uint32_t iface_type_id;
+    uint32_t netstatus_id;
+};
+
+// In the order in which the DHCPv4 lease script takes them.
+struct wan_ipv4_ids {
+    uint32_t ipv4_netmask_id;
+    uint32_t ipv4_addr_id;
+    uint32_t ipv4_gateway_id;
+    uint32_t ipv4_dns1_id;
+    uint32_t ipv4_dns2_id;
+};
+
+// In the order in which the DHCPv6 lease scripts take them.
+struct wan_ipv6_ids {
+    uint32_t ipv6_addr_id;
+    uint32_t ipv6_dns1_id;
+    uint32_t ipv6_dns2_id;
+    uint32_t ipv6_gateway_id;
+};
+
+// Twelve item IDs; 0 where the WAN has no such item.
+struct wan_di_set : wan_iface_ids, wan_ipv4_ids, wan_ipv6_ids {};
+static_assert(sizeof(wan_di_set) == 12 * sizeof(uint32_t));
+
+// Fill the record of wired WAN IDX (0 to 7) or of the wireless WAN of WAN_MODE (3 or 4). Return 0,
+// or -1: for an index out of range with the record untouched, for another mode with the band's own
+// three IDs at 0.
+int uplinkd_cfg_get_di_wired_by_idx(wan_di_set *set, int idx);
+int uplinkd_cfg_get_di_wlan_by_mode(wan_di_set *set, int wan_mode);
+
+// Clear the items of a record or of one of its groups. Return 0, or -1 for a null pointer.
+int uplinkd_cfg_clean_iface_wan_di(const wan_iface_ids *ids); // not the interface name
+int uplinkd_cfg_clean_ipv4_wan_di(const wan_ipv4_ids *ids);
+int uplinkd_cfg_clean_ipv6_wan_di(const wan_ipv6_ids *ids);
+int uplinkd_cfg_clean_wan_di(const wan_di_set *set);
+
+// Writes "wired<idx>" to ITEM_ID. Returns 0, or -1 for a negative index.
+int uplinkd_cfg_set_wired_iface_type_by_idx(uint32_t item_id, int idx);
+
+// The interface name that an item holds; empty also for one that the kernel would refuse.
+text<32> wan_ifname(const wan_iface_ids &ids);
