@@ -1,0 +1,115 @@
+# What a scenario expects. Every expectation waits until it holds, for PATIENCE seconds at most.
+PATIENCE=${PATIENCE:-20}
+declare -A HEARD_LINES # how many lines of each application's record are dealt with
+
+# fail EXPECTED [SEEN]: says where the scenario stands and what the router knows, and ends it.
+fail() {
+    trap - ERR
+    local frame=0
+    while [[ ${BASH_SOURCE[frame]} != */scenarios/* && -n ${FUNCNAME[frame + 1]:-} ]]; do
+        frame=$((frame + 1))
+    done
+    {
+        echo "FAILED: ${BASH_SOURCE[frame]#/run/lab/}:${BASH_LINENO[frame - 1]}, after $SECONDS s"
+        echo "  expected: $1"
+        [ $# -lt 2 ] || echo "  seen:     ${2:-nothing}"
+        echo "--- items"
+        (cd "$ROOT/run/uplinkd/items" 2>/dev/null && grep -s . -- *) || :
+        echo "--- messages heard"
+        (cd /run/lab && tail -n +1 heard.* 2>/dev/null) || :
+        echo "--- the last batch"
+        cat "$ROOT/tmp/.tmp_uplinkd_script" 2>/dev/null || :
+        echo "--- the ISP's log"
+        tail -n 20 /run/isp/*.log 2>/dev/null || :
+        echo "--- the daemon's log and output"
+        cat "$ROOT/var/log/uplinkd/uplinkd.log" "$ROOT/var/log/uplinkd.out" 2>/dev/null || :
+        echo "--- end of the report on $scenario"
+    } >&2
+    exit 1
+}
+
+# wait_for COMMAND...: until it succeeds; fails when it has not within the time.
+wait_for() {
+    local deadline=$((SECONDS + PATIENCE))
+    until "$@"; do
+        [ $SECONDS -lt $deadline ] || return 1
+        sleep 0.02
+    done
+}
+
+matches() { # GLOB COMMAND...
+    local glob=$1
+    shift
+    # shellcheck disable=SC2053 # a pattern is meant
+    [[ $("$@") == $glob ]]
+}
+
+expect_value() { # WHAT GLOB COMMAND...
+    local what=$1 glob=$2
+    shift 2
+    wait_for matches "$glob" "$@" || fail "$what = ${glob:-nothing}" "$("$@")"
+}
+
+# expect_items NAME GLOB [NAME GLOB...]: an empty GLOB means that the item has no value.
+expect_items() {
+    while [ $# -gt 0 ]; do
+        expect_value "item $1" "$2" item "$1"
+        shift 2
+    done
+}
+
+expect_flag() { expect_value "flag $1" "$2" rt uplinkctl flag get "$1"; }
+
+# expect_address INTERFACE GLOB: its IPv4 addresses, "address/length" each.
+expect_address() { expect_value "IPv4 address of $1" "$2" ipv4_addresses "$1"; }
+ipv4_addresses() { rt ip -4 -o address show dev "$1" | awk '{ print $4 }'; }
+
+# expect_clients NAME COUNT: so many processes of that name run in the router.
+expect_clients() { expect_value "running $1 processes" "$2" count_processes "$1"; }
+count_processes() { rt busybox pidof "$1" | wc -w; }
+
+# expect_file FILE GLOB: the text of one of the router's files.
+expect_file() { expect_value "file $1" "$2" cat_quietly "$ROOT$1"; }
+cat_quietly() { cat "$1" 2>/dev/null || :; }
+
+# expect_message APP MESSAGE...: these reach the application from the daemon, in this order, as its
+# next ones. expect_broadcast: the same for one that goes to all.
+expect_message() { expect_records 0 "$@"; }
+expect_broadcast() { expect_records 1 "$@"; }
+
+expect_records() {
+    local marker=$1 app=$2 message line
+    shift 2
+    for message in "$@"; do
+        line="${MESSAGE[$message]} from 24 bcast $marker payload 0"
+        expect_value "$app hears $message, bcast $marker" "$line" next_heard "$app"
+        HEARD_LINES[$app]=$((${HEARD_LINES[$app]:-0} + 1))
+    done
+}
+
+next_heard() { sed -n "$((${HEARD_LINES[$1]:-0} + 1))s/^[^ ]* //p" "/run/lab/heard.$1"; }
+
+# expect_silence APP...: once the daemon has dealt with all it was told so far, the application has
+# heard no more than what was expected.
+expect_silence() {
+    local app
+    settle
+    for app in "$@"; do
+        rt sockmsg_send -d "${APP[$app]}" -m 1
+        expect_value "$app hears no more" '0x0001 from 0 *' next_heard "$app"
+        HEARD_LINES[$app]=$((${HEARD_LINES[$app]:-0} + 1))
+    done
+}
+
+# expect_log TEXT: the log has it, since the daemon was last started.
+expect_log() { wait_for log_has "$1" || fail "the log says '$1'"; }
+log_has() {
+    tail -n +$((LOG_MARK + 1)) "$ROOT/var/log/uplinkd/uplinkd.log" 2>/dev/null | grep -qF -- "$1"
+}
+
+expect_healthy_daemon() {
+    [ -z "${DAEMON_RUNS:-}" ] || [ -n "$(rt busybox pidof uplinkd)" ] ||
+        fail "the daemon still runs at the end"
+    ! grep -q 'Sanitizer\|runtime error' "$ROOT/var/log/uplinkd.out" 2>/dev/null ||
+        fail "the sanitizers found nothing"
+}

@@ -1,0 +1,44 @@
+# The internet provider: one network at the far end of each of the router's uplinks.
+
+# uplink INTERFACE FAR_END: gives the router an interface, with its far end here. It has no carrier
+# until the far end is set up, as `plug` does with those named wan...
+uplink() {
+    ip link add "$2" type veth peer name "$1"
+    ip link set "$1" netns "$ROUTER"
+    rt ip link set "$1" up
+}
+
+# isp_network FAR_END A.B.C.D/24 [DNSMASQ_OPTION...]: serves leases from .100 to .200 of this network
+# instead of what was served there before.
+isp_network() {
+    local link=$1 address=${2%/*} net=${2%.*}
+    stop_serving "$link"
+    ip address add "$2" dev "$link"
+    serve "$link" --dhcp-range="$net.100,$net.200,255.255.255.0,120" \
+        --dhcp-option=option:router,"$address" \
+        --dhcp-option=option:dns-server,198.51.100.53,198.51.100.54 "${@:3}"
+}
+
+# serve FAR_END DNSMASQ_OPTION...: until it says that it has started. (--no-daemon, since anything
+# else wants to change its user, and there is but one in here.)
+serve() {
+    local link=$1 log=/run/isp/$1.log starts
+    starts=$(count_starts "$log")
+    dnsmasq --no-daemon --conf-file=/dev/null --port=0 --interface="$link" --bind-interfaces \
+        --dhcp-authoritative --no-ping --log-dhcp --dhcp-leasefile="/run/isp/$link.leases" "${@:2}" \
+        2> >(stamp_lines >>"$log") &
+    echo $! >"/run/isp/$link.pid"
+    expect_value "starts of dnsmasq on $link" $((starts + 1)) count_starts "$log"
+}
+
+count_starts() { grep -c ' started, ' "$1" 2>/dev/null || :; }
+
+stop_serving() {
+    local pid_file=/run/isp/$1.pid
+    if [ -e "$pid_file" ]; then
+        kill "$(<"$pid_file")"
+        wait "$(<"$pid_file")" || :
+        rm -f "$pid_file" "/run/isp/$1.leases"
+    fi
+    ip address flush dev "$1"
+}

@@ -1,0 +1,83 @@
+# The router as a scenario handles it: its settings, its cable, its other programs, its daemon.
+LOG_MARK=0
+
+# rt COMMAND...: runs it inside the router.
+rt() {
+    nsenter -t "$ROUTER" -n -m -p env -i PATH="$PATH" LC_ALL=C "$@"
+}
+
+# settings KEY VALUE [KEY VALUE...]
+settings() {
+    while [ $# -gt 0 ]; do
+        rt uplinkctl config set "$1" "$2"
+        shift 2
+    done
+}
+
+# set_items NAME VALUE [NAME VALUE...], as the router's other components do.
+set_items() {
+    while [ $# -gt 0 ]; do
+        rt devinfo "$(item_id "$1")" "$2"
+        shift 2
+    done
+}
+
+item() { cat_quietly "$ROOT/run/uplinkd/items/$(item_id "$1")"; }
+
+# tell MESSAGE...: sends them to the daemon.
+tell() {
+    local message
+    for message in "$@"; do rt sockmsg_send -d 24 -m "${MESSAGE[$message]}"; done
+}
+
+# settle: until the daemon has dealt with everything sent to it so far.
+settle() {
+    SETTLED=$((${SETTLED:-0xF000} + 1))
+    rt sockmsg_send -d 24 -m $SETTLED
+    expect_log "$(printf 'recv msg(0x%04X)' $SETTLED)"
+}
+
+# siblings APP...: the sibling daemons, each of which keeps a record of what it hears.
+siblings() {
+    local app
+    for app in "$@"; do
+        : >"/run/lab/heard.$app"
+        rt uplinkctl listen "${APP[$app]}" </dev/null > >(stamp_lines >>"/run/lab/heard.$app") &
+        expect_value "$app is registered" ready next_heard "$app"
+        HEARD_LINES["$app"]=1
+    done
+}
+
+# stamp_lines: puts the time before each line.
+stamp_lines() {
+    local line
+    while IFS= read -r line; do echo "$EPOCHREALTIME $line"; done
+}
+
+# start_daemon [ENV_ASSIGNMENT...]: with the markers that the daemon waits for in place.
+start_daemon() {
+    local log=$ROOT/var/log/uplinkd/uplinkd.log
+    : >"$ROOT/tmp/.flag_settingsd_init_finished"
+    rt uplinkctl flag set downlinkd_init_completed 1
+    [ ! -e "$log" ] || LOG_MARK=$(wc -l <"$log")
+    rt env "$@" uplinkd </dev/null >>"$ROOT/var/log/uplinkd.out" 2>&1 &
+    DAEMON_RUNS=1
+    expect_log 'uplinkd_init finish!'
+}
+
+kill_daemon() {
+    rt killall -9 uplinkd
+    expect_value "the daemon is gone" "" rt busybox pidof uplinkd
+}
+
+# plug, unplug: what the router's switch driver does when the WAN cable, with all its VLANs, is
+# plugged in or pulled out. The WAN port is 3.
+plug() { set_wan_cable up 1; }
+unplug() { set_wan_cable down 0; }
+
+set_wan_cable() {
+    local far_end
+    for far_end in $(ip -br link show | grep -o '^wan[0-9]*'); do ip link set "$far_end" "$1"; done
+    set_items PORT_STATUS_LIST "0,0,0,$2,0,0,0,0" WAN_PORT_INDEX 3
+    tell WAN_WIRED_MODE_CHANGE
+}
