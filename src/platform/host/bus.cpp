@@ -1,0 +1,329 @@
+// The bus: one Unix datagram socket an application, bound to its number in the bus folder. Who may
+// open the folder takes part; a sender is known by the address that it sends from, not by what it
+// writes into its record.
+//
+// Threads. A registered process has two threads here. The reader takes records off the socket into
+// the inbox; the delivery thread runs the handler on them, one at a time, in the order of arrival.
+// So a handler may take its time: senders are held up by neither thread. When the inbox is full the
+// reader stops reading, the socket's own short queue fills, and senders are refused. Any thread may
+// send. Neither thread touches the process's signals.
+//
+// Data. The inbox's indexes are guarded by its lock. A slot needs none: it belongs to the reader
+// from free_slot() to keep_slot(), and to the delivery thread from wait_for_record() to
+// release_record().
+#include "platform/bus.h"
+
+#include "platform/host/files.h"
+#include "platform/host/mutex.h"
+#include "platform/host/places.h"
+#include "platform/log.h"
+
+#include <array>
+#include <atomic>
+#include <bit>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+static_assert(std::endian::native == std::endian::little, "records are little-endian");
+
+namespace {
+
+// Records held while the handler works on one more.
+constexpr size_t HELD_RECORDS = 256;
+
+constexpr int LOCK_PATIENCE_MS = 1000;
+constexpr size_t HANDLER_STACK_SIZE = 512 * 1024;
+
+// A full receiver gets this many milliseconds before a send fails: its socket holds a dozen records
+// only, and its reader may not have had its turn yet.
+constexpr int FULL_RECEIVER_PATIENCE_MS = 20;
+
+// Records that wait in the sockets of stopped applications count against their sender. This is room
+// for all of them, so that they do not cut it off from the others.
+constexpr int SEND_BUFFER_SIZE = 1024 * 1024;
+
+struct inbox_t {
+    host::mutex lock;
+    host::condition arrived;
+    host::condition freed;
+    size_t first HOST_GUARDED_BY(lock) = 0;
+    size_t count HOST_GUARDED_BY(lock) = 0;
+    std::array<uplinkd_msg_t, HELD_RECORDS + 1> slots;
+};
+inbox_t inbox;
+
+struct registration_t {
+    host::mutex lock;
+    bool delivering HOST_GUARDED_BY(lock) = false; // the delivery thread outlives a failed attempt
+};
+registration_t registration;
+
+std::atomic<int> endpoint{-1};
+std::atomic<sockmsg_handler> receive_handler{nullptr};
+
+constexpr struct {
+    int app_id;
+    const char *name;
+} APPLICATIONS[] = {
+    {19, "pfilterd"}, {22, "prio_listener"}, {23, "linkprobe"},
+    {24, "uplinkd"},  {25, "uis"},           {27, "textmsg"},
+};
+
+// ---- addresses
+
+sockaddr_un endpoint_address(int app_id) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    snprintf(address.sun_path, sizeof address.sun_path, "%s/%d", host::BUS_FOLDER, app_id);
+    return address;
+}
+
+const sockaddr *generic(const sockaddr_un &address) {
+    return reinterpret_cast<const sockaddr *>(&address);
+}
+
+// The application that an endpoint of this name belongs to, 0 if NAME is none.
+int app_id_of(std::string_view name) {
+    int app_id = 0;
+    const char *const end = name.data() + name.size();
+    const auto [stop, error] = std::from_chars(name.data(), end, app_id);
+    const bool is_number = error == std::errc{} && stop == end && name[0] != '0' && app_id > 0;
+    return is_number ? app_id : 0;
+}
+
+int sender_of(const sockaddr_un &address, socklen_t length) {
+    constexpr size_t PATH_AT = offsetof(sockaddr_un, sun_path);
+    if (length <= PATH_AT)
+        return 0;
+    std::string_view path{address.sun_path, strnlen(address.sun_path, length - PATH_AT)};
+    const std::string_view folder{host::BUS_FOLDER};
+    if (!path.starts_with(folder) || path.substr(folder.size(), 1) != "/")
+        return 0;
+    path.remove_prefix(folder.size() + 1);
+    return app_id_of(path);
+}
+
+// ---- receiving
+
+// The slot for the next record; waits while all are taken. An empty inbox starts over at its first
+// slot, so that a quiet bus keeps only a few pages of it in memory.
+uplinkd_msg_t &free_slot() {
+    host::mutex_guard hold(inbox.lock);
+    while (inbox.count == inbox.slots.size())
+        inbox.freed.wait(inbox.lock);
+    if (inbox.count == 0)
+        inbox.first = 0;
+    return inbox.slots[(inbox.first + inbox.count) % inbox.slots.size()];
+}
+
+void keep_slot() {
+    host::mutex_guard hold(inbox.lock);
+    inbox.count++;
+    inbox.arrived.signal();
+}
+
+const uplinkd_msg_t &wait_for_record() {
+    host::mutex_guard hold(inbox.lock);
+    while (inbox.count == 0)
+        inbox.arrived.wait(inbox.lock);
+    return inbox.slots[inbox.first];
+}
+
+void release_record() {
+    host::mutex_guard hold(inbox.lock);
+    inbox.first = (inbox.first + 1) % inbox.slots.size();
+    inbox.count--;
+    inbox.freed.signal();
+}
+
+// Takes one datagram off SOCKET; false if there was none, or none that is a record.
+bool receive(int socket, uplinkd_msg_t &record) {
+    sockaddr_un sender{};
+    socklen_t length = sizeof sender;
+    const ssize_t size = recvfrom(socket, &record, sizeof record, MSG_TRUNC | MSG_DONTWAIT,
+                                  reinterpret_cast<sockaddr *>(&sender), &length);
+    if (size < 0)
+        return false;
+    record.src_app_id = sender_of(sender, length);
+    if (size == sizeof record)
+        return true;
+    savelog(0, "bus: dropped a datagram of %zd bytes from application %d", size, record.src_app_id);
+    return false;
+}
+
+void *read_records(void *) {
+    for (;;) {
+        // A slot is taken only once something is there, see free_slot().
+        pollfd incoming{.fd = endpoint, .events = POLLIN, .revents = 0};
+        poll(&incoming, 1, -1);
+        if (receive(incoming.fd, free_slot()))
+            keep_slot();
+    }
+}
+
+void *deliver_records(void *) {
+    for (;;) {
+        const uplinkd_msg_t &record = wait_for_record();
+        receive_handler.load()(&record);
+        release_record();
+    }
+}
+
+// ---- registering
+
+bool start_thread(void *(*run)(void *)) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_attr_setstacksize(&attributes, HANDLER_STACK_SIZE);
+    pthread_t thread;
+    errno = pthread_create(&thread, &attributes, run, nullptr);
+    pthread_attr_destroy(&attributes);
+    return errno == 0;
+}
+
+// Whether a running process has bound ADDRESS. What a killed one left behind refuses connections.
+bool is_owned(const sockaddr_un &address) {
+    struct stat status {};
+    if (lstat(address.sun_path, &status) != 0 || !S_ISSOCK(status.st_mode))
+        return false;
+    const host::descriptor probe{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+    return probe < 0 || connect(probe, generic(address), sizeof address) == 0 ||
+           errno != ECONNREFUSED;
+}
+
+// Binds SOCKET to ADDRESS, in place of a dead endpoint but never of a live one. The folder's lock
+// keeps two processes from both finding the same endpoint dead.
+bool claim(int socket, const sockaddr_un &address) {
+    const host::descriptor folder{open(host::BUS_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (folder < 0 || !host::lock_within(folder, LOCK_PATIENCE_MS))
+        return false;
+
+    bool bound = bind(socket, generic(address), sizeof address) == 0;
+    if (!bound && errno == EADDRINUSE) {
+        if (is_owned(address)) {
+            errno = EADDRINUSE;
+            return false;
+        }
+        bound =
+            unlink(address.sun_path) == 0 && bind(socket, generic(address), sizeof address) == 0;
+    }
+    // The folder says who may send, whatever the umask says.
+    return bound && chmod(address.sun_path, 0666) == 0;
+}
+
+bool register_application(int app_id, sockmsg_handler handler) HOST_REQUIRES(registration.lock) {
+    if (!host::make_folders(host::BUS_FOLDER))
+        return false;
+    host::descriptor socket{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+    if (socket < 0)
+        return false;
+    if (setsockopt(socket, SOL_SOCKET, SO_SNDBUFFORCE, &SEND_BUFFER_SIZE,
+                   sizeof SEND_BUFFER_SIZE) != 0)
+        setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &SEND_BUFFER_SIZE, sizeof SEND_BUFFER_SIZE);
+
+    if (!registration.delivering && !start_thread(deliver_records))
+        return false;
+    registration.delivering = true;
+
+    const sockaddr_un address = endpoint_address(app_id);
+    if (!claim(socket, address))
+        return false;
+    receive_handler = handler;
+    endpoint = socket.fd;
+    if (!start_thread(read_records)) {
+        endpoint = -1;
+        unlink(address.sun_path);
+        return false;
+    }
+    socket.fd = -1; // the endpoint now, for the life of the process
+    return true;
+}
+
+// ---- sending
+
+// Waits until RECEIVER may have room again, a millisecond at the most. Only a connected socket can
+// wait for that, and an endpoint must not be connected or it would hear nobody else.
+void wait_for_room(const sockaddr_un &receiver) {
+    const host::descriptor waiter{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+    pollfd room{.fd = waiter, .events = POLLOUT, .revents = 0};
+    if (waiter >= 0 && connect(waiter, generic(receiver), sizeof receiver) == 0)
+        poll(&room, 1, 1);
+}
+
+bool send_record(int sender, int destination, const uplinkd_msg_t &record) {
+    const sockaddr_un receiver = endpoint_address(destination);
+    for (int waited = 0;; waited++) {
+        if (sendto(sender, &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL, generic(receiver),
+                   sizeof receiver) >= 0)
+            return true;
+        if (errno != EAGAIN || waited >= FULL_RECEIVER_PATIENCE_MS)
+            return false;
+        wait_for_room(receiver);
+        errno = EAGAIN;
+    }
+}
+
+// What the process sends from: its endpoint, or a nameless socket while it has none.
+struct sending_socket {
+    sending_socket()
+        : nameless(endpoint < 0 ? socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0) : -1),
+          fd(nameless >= 0 ? nameless.fd : endpoint.load()) {}
+
+    host::descriptor nameless;
+    int fd;
+};
+
+} // namespace
+
+int init_sockmsg(int app_id, sockmsg_handler handler, int) {
+    host::mutex_guard hold(registration.lock);
+    if (app_id <= 0 || handler == nullptr || endpoint >= 0)
+        return -1;
+    if (register_application(app_id, handler))
+        return 0;
+    savelog(0, "bus: cannot register application %d: %s", app_id, strerror(errno));
+    return -1;
+}
+
+int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
+    if (destination <= 0 || message == nullptr) {
+        errno = EINVAL;
+        return -1;
+    }
+    const sending_socket sender;
+    return send_record(sender.fd, destination, *message) ? 0 : -1;
+}
+
+int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
+    if (message == nullptr)
+        return -1;
+    const host::descriptor folder{open(host::BUS_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (folder < 0)
+        return errno == ENOENT ? 0 : -1; // no folder: nobody has registered yet
+
+    const sending_socket from;
+    int taken = 0;
+    host::name_reader names{folder};
+    while (const char *name = host::next_name(names)) {
+        const int app_id = app_id_of(name);
+        if (app_id != 0 && app_id != sender && send_record(from.fd, app_id, *message))
+            taken++;
+    }
+    return taken;
+}
+
+const char *get_app_name_by_id(int app_id) {
+    for (const auto &application : APPLICATIONS)
+        if (application.app_id == app_id)
+            return application.name;
+    return "unknown";
+}

@@ -1,0 +1,34 @@
+// Device information: one file an item under its decimal ID.
+#include "platform/devinfo_store.h"
+
+#include "platform/host/places.h"
+#include "platform/host/value_file.h"
+
+#include <array>
+#include <charconv>
+#include <cstring>
+
+namespace {
+
+std::array<char, 12> item_name(int id) {
+    std::array<char, 12> name{};
+    std::to_chars(name.data(), name.data() + name.size() - 1, id);
+    return name;
+}
+
+} // namespace
+
+int get_devinfo_value_by_id(int id, char *buffer, int size) {
+    if (buffer != nullptr && size > 0)
+        buffer[0] = '\0';
+    if (id <= 0)
+        return -1;
+    return host::read_value(host::ITEM_FOLDER, item_name(id).data(), buffer, size);
+}
+
+int set_devinfo_value_by_id(int id, const char *value, int length) {
+    if (id <= 0 || value == nullptr || length < 0)
+        return -1;
+    return host::write_value(host::ITEM_FOLDER, item_name(id).data(),
+                             {value, strnlen(value, static_cast<size_t>(length))});
+}

@@ -1,0 +1,31 @@
+// Named flags: one file a flag under its name.
+#include "platform/flag_store.h"
+
+#include "platform/host/places.h"
+#include "platform/host/value_file.h"
+
+#include <cstring>
+
+namespace {
+
+// A leading dot could leave the folder, or hit a file that a writer is still filling.
+bool is_flag_name(const char *name) {
+    return name != nullptr && name[0] != '\0' && name[0] != '.' && strchr(name, '/') == nullptr &&
+           strnlen(name, 256) < 256;
+}
+
+} // namespace
+
+int flag_set(const char *name, const char *value) {
+    if (!is_flag_name(name) || value == nullptr)
+        return -1;
+    return host::write_value(host::FLAG_FOLDER, name, value);
+}
+
+int flag_get_item(const char *name, char *buffer, int size) {
+    if (buffer != nullptr && size > 0)
+        buffer[0] = '\0';
+    if (!is_flag_name(name))
+        return -1;
+    return host::read_value(host::FLAG_FOLDER, name, buffer, size);
+}
