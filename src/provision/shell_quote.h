@@ -1,15 +1,24 @@
-// Values from settings and items enter shell lines and files; these keep them values.
+// Values from settings and items enter shell lines and files; these keep them values. Ordinary
+// ones, which hold only letters, digits and _ . / : @ % + = , -, are written as they are.
 #pragma once
 
-// Room for a value of 31 characters of which each one needs quoting.
-inline constexpr int QUOTED_SIZE = 160;
+// Room for a value of 31 characters of which each one needs quoting, twice.
+inline constexpr int QUOTED_SIZE = 320;
 
 struct quoted_text {
     char chars[QUOTED_SIZE] = {};
+
     const char *c_str() const { return chars; }
+    bool empty() const { return chars[0] == '\0'; }
 };
 
-// VALUE as one word of a shell line: as it is while it holds only letters, digits and
-// _ . / : @ % + = , - and in single quotes otherwise. An empty value stays empty; one that does not
-// fit is cut at a character, still closed.
+// VALUE as one word of a shell line, in single quotes where it needs them. An empty value stays
+// empty, and so becomes one that does not fit.
 quoted_text shell_word(const char *value);
+
+// The same for a word inside a double-quoted command, which one shell reads to hand it to another.
+quoted_text shell_word_in_double_quotes(const char *value);
+
+// VALUE as one word of a PPP secrets file (pppd(8), AUTHENTICATION), in double quotes where it
+// needs them; empty for a value with a control character, which the file cannot hold.
+quoted_text secrets_word(const char *value);
