@@ -31,7 +31,9 @@ template <int N> text<N> item_text(int id) {
 }
 
 // A status text counts as up when it begins with '1'.
-template <int N> bool is_up(const text<N> &status) { return status.chars[0] == '1'; }
+template <int N> bool is_up(const text<N> &status) {
+    return status.chars[0] == '1';
+}
 
 // The decimal number at the start of a text, 0 where there is none, limited to what an int holds.
 inline int to_int(const char *value) {

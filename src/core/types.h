@@ -53,7 +53,9 @@ enum uplinkd_ipmode : int {
 inline constexpr int MAX_WAN_INDEX = 8;
 inline constexpr int MAX_RECORD_INDEX = 7;
 
-constexpr bool is_wan_index(int idx) { return idx >= 0 && idx <= MAX_WAN_INDEX; }
+constexpr bool is_wan_index(int idx) {
+    return idx >= 0 && idx <= MAX_WAN_INDEX;
+}
 
 // The interfaces of the uplinks where no item names another.
 struct uplink_ifnames {

@@ -4,8 +4,6 @@
 
 #include <cstdint>
 
-#include "core/text.h"
-
 struct wan_iface_ids {
     uint32_t ifname_id;
     uint32_t iface_type_id;
@@ -47,6 +45,3 @@ int uplinkd_cfg_clean_wan_di(const wan_di_set *set);
 
 // Writes "wired<idx>" to ITEM_ID. Returns 0, or -1 for a negative index.
 int uplinkd_cfg_set_wired_iface_type_by_idx(uint32_t item_id, int idx);
-
-// The interface name that an item holds; empty also for one that the kernel would refuse.
-text<32> wan_ifname(const wan_iface_ids &ids);
