@@ -30,6 +30,9 @@ int uplinkd_ppp_get_pid_fname_by_idx(char *buffer, int size, int idx, const char
 int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx, int ip_version,
                                         int script_type);
 
+// Queues the command that makes a generated client script executable.
+void queue_chmod(const char *script);
+
 int uplinkd_dhcpcv4_kill_client();
 int uplinkd_dhcpcv6_kill_client(); // and drop the IPv6 masquerading rules
 int uplinkd_dhcpc_kill_clients();
