@@ -4,7 +4,8 @@
 extern "C" {
 
 // Reads the value of KEY into BUFFER (SIZE bytes), NUL-terminated and cut to fit. A key that does
-// not exist, or cannot be read, leaves the empty text. Returns 0, or -1 if there was nothing to read.
+// not exist, or cannot be read, leaves the empty text. Returns 0, or -1 if there was nothing to
+// read.
 int cfg_get_item(const char *key, char *buffer, int size);
 
 // The decimal number at the start of the value of KEY; 0 where there is none.

@@ -1,0 +1,48 @@
+#include "core/startup.h"
+
+#include <unistd.h>
+
+#include "core/dispatch.h"
+#include "core/log_forms.h"
+#include "core/messages.h"
+#include "core/text.h"
+#include "platform/flag_store.h"
+#include "provision/setup_completed.h"
+#include "state/wan_mode_change.h"
+
+static constexpr const char *SETTINGSD_MARKER = "/tmp/.flag_settingsd_init_finished";
+static constexpr const char *DOWNLINKD_FLAG = "downlinkd_init_completed";
+static constexpr unsigned POLL_SECONDS = 3;
+
+static void wait_settingsd_init_finished() {
+    while (access(SETTINGSD_MARKER, F_OK) != 0)
+        sleep(POLL_SECONDS);
+}
+
+int uplinkd_init() {
+    init_log_params("UPLINKD");
+    LOG_TRACE(LOG_EVENT, "uplinkd_init start!");
+
+    if (init_sockmsg(APP_ID_UPLINKD, uplinkd_handler_msg, 0) != 0)
+        LOG_TRACE(LOG_EVENT, "init_sockmsg() error");
+    else
+        LOG_TRACE(LOG_EVENT, "init_sockmsg successfully");
+
+    wait_settingsd_init_finished();
+    uplinkd_wait_downlinkd_init_completed();
+    {
+        const mutex_guard one_handler_at_a_time(uplinkd_handler_mutex);
+        wan_mode_change_handler();
+        flag_set(SUBNET_CONFLICT_FLAG, "0");
+    }
+    LOG_TRACE(LOG_EVENT, "uplinkd_init finish!");
+    return 0;
+}
+
+void uplinkd_wait_downlinkd_init_completed() {
+    text<2> completed;
+    do {
+        sleep(POLL_SECONDS);
+        flag_get_item(DOWNLINKD_FLAG, completed.data(), completed.size());
+    } while (!is_up(completed));
+}
