@@ -8,8 +8,8 @@ inline constexpr int DI_MODEM_ABNORMAL_1 = 101011;
 inline constexpr int DI_MODEM_ABNORMAL_2 = 101018;
 
 // Link inputs. Written by the router.
-inline constexpr int DI_PORT_STATUS_LIST = 200001; // "%d,...", eight switch ports, 1 = link
-inline constexpr int DI_WAN_PORT_INDEX = 230002;   // which of them is the WAN port, 0 to 7
+inline constexpr int DI_PORT_STATUS_LIST = 200001;       // "%d,...", eight switch ports, 1 = link
+inline constexpr int DI_WAN_PORT_INDEX = 230002;         // which of them is the WAN port, 0 to 7
 inline constexpr int DI_IFA_WLAN24_LINK_STATUS = 201217; // a number, 4 = linked
 inline constexpr int DI_IFA_WLAN58_LINK_STATUS = 201218;
 
