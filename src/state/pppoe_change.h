@@ -1,0 +1,5 @@
+// A PPPoE link has gone down: clear what it had learned, arbitrate, dial again where it applies.
+#pragma once
+
+// Returns 0.
+int uplinkd_pppoe_status_change_handler();
