@@ -5,6 +5,7 @@ declare -A HEARD_LINES # how many lines of each application's record are dealt w
 # fail EXPECTED [SEEN]: says where the scenario stands and what the router knows, and ends it.
 fail() {
     trap - ERR
+    [ $BASHPID = $$ ] || exit 1 # in a $(...): the scenario itself sees that, and reports
     local frame=0
     while [[ ${BASH_SOURCE[frame]} != */scenarios/* && -n ${FUNCNAME[frame + 1]:-} ]]; do
         frame=$((frame + 1))
@@ -20,7 +21,7 @@ fail() {
         echo "--- the last batch"
         cat "$ROOT/tmp/.tmp_uplinkd_script" 2>/dev/null || :
         echo "--- the ISP's log"
-        tail -n 20 /run/isp/*.log 2>/dev/null || :
+        grep -hE 'DHCP[A-Z]+|started|failed' /run/isp/*.log 2>/dev/null | tail -n 20 || :
         echo "--- the daemon's log and output"
         cat "$ROOT/var/log/uplinkd/uplinkd.log" "$ROOT/var/log/uplinkd.out" 2>/dev/null || :
         echo "--- end of the report on $scenario"
@@ -66,7 +67,8 @@ ipv4_addresses() { rt ip -4 -o address show dev "$1" | awk '{ print $4 }'; }
 
 # expect_clients NAME COUNT: so many processes of that name run in the router.
 expect_clients() { expect_value "running $1 processes" "$2" count_processes "$1"; }
-count_processes() { rt busybox pidof "$1" | wc -w; }
+count_processes() { pids "$1" | wc -w; }
+pids() { rt busybox pidof "$1" || :; }
 
 # expect_file FILE GLOB: the text of one of the router's files.
 expect_file() { expect_value "file $1" "$2" cat_quietly "$ROOT$1"; }
@@ -108,7 +110,7 @@ log_has() {
 }
 
 expect_healthy_daemon() {
-    [ -z "${DAEMON_RUNS:-}" ] || [ -n "$(rt busybox pidof uplinkd)" ] ||
+    [ -z "${DAEMON_RUNS:-}" ] || [ -n "$(pids uplinkd)" ] ||
         fail "the daemon still runs at the end"
     ! grep -q 'Sanitizer\|runtime error' "$ROOT/var/log/uplinkd.out" 2>/dev/null ||
         fail "the sanitizers found nothing"

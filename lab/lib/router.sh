@@ -3,7 +3,7 @@ LOG_MARK=0
 
 # rt COMMAND...: runs it inside the router.
 rt() {
-    nsenter -t "$ROUTER" -n -m -p env -i PATH="$PATH" LC_ALL=C "$@"
+    nsenter -t "$ROUTER" -n -m -p env -i PATH="$PATH" LC_ALL=C TZ=UTC "$@"
 }
 
 # settings KEY VALUE [KEY VALUE...]
@@ -67,7 +67,7 @@ start_daemon() {
 
 kill_daemon() {
     rt killall -9 uplinkd
-    expect_value "the daemon is gone" "" rt busybox pidof uplinkd
+    expect_value "the daemon is gone" "" pids uplinkd
 }
 
 # plug, unplug: what the router's switch driver does when the WAN cable, with all its VLANs, is
@@ -80,4 +80,23 @@ set_wan_cable() {
     for far_end in $(ip -br link show | grep -o '^wan[0-9]*'); do ip link set "$far_end" "$1"; done
     set_items PORT_STATUS_LIST "0,0,0,$2,0,0,0,0" WAN_PORT_INDEX 3
     tell WAN_WIRED_MODE_CHANGE
+}
+
+# wired_wan: a router with one wired WAN, by DHCP, on eth1; its cable, wan0, is not plugged in.
+wired_wan() {
+    uplink eth1 wan0
+    settings USR_WAN_MODE 2 USR_WAN_IPVERSION ipv4 USR_WAN_IPMODE dhcp SYS_WIRED_WAN_SUB_PORT_NUM 0
+    set_items WIRED_WAN_REAL_IFACE eth1 PORT_STATUS_LIST 0,0,0,0,0,0,0,0 WAN_PORT_INDEX 3
+}
+
+# install_script FILE: puts an executable there, from standard input.
+install_script() {
+    cat >"$ROOT$1"
+    chmod 755 "$ROOT$1"
+}
+
+# shared_descriptors PROGRAM PROGRAM: what both have open, /dev/null aside.
+shared_descriptors() { comm -12 <(descriptors "$1") <(descriptors "$2"); }
+descriptors() {
+    readlink "$ROOT/proc/$(pids "$1")/fd/"* | grep -v '^/dev/null$' | sort
 }

@@ -34,3 +34,4 @@ trap 'fail "this command succeeds: $BASH_COMMAND"' ERR
 SECONDS=0
 . "/run/lab/scenarios/$scenario"
 expect_healthy_daemon
+[ -z "$timeline" ] || finish_timeline
