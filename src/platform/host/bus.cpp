@@ -13,11 +13,6 @@
 // release_record().
 #include "platform/bus.h"
 
-#include "platform/host/files.h"
-#include "platform/host/mutex.h"
-#include "platform/host/places.h"
-#include "platform/log.h"
-
 #include <array>
 #include <atomic>
 #include <bit>
@@ -31,6 +26,11 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+
+#include "platform/host/files.h"
+#include "platform/host/mutex.h"
+#include "platform/host/places.h"
+#include "platform/log.h"
 
 static_assert(std::endian::native == std::endian::little, "records are little-endian");
 

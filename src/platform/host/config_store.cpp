@@ -3,10 +3,6 @@
 // any length pass through one small buffer. The last line of a key counts.
 #include "platform/config_store.h"
 
-#include "platform/host/files.h"
-#include "platform/host/places.h"
-#include "platform/host/settings_file.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -15,6 +11,10 @@
 #include <fcntl.h>
 #include <span>
 #include <string_view>
+
+#include "platform/host/files.h"
+#include "platform/host/places.h"
+#include "platform/host/settings_file.h"
 
 namespace {
 
@@ -94,8 +94,10 @@ int cfg_get_item(const char *key, char *buffer, int size) {
     if (buffer == nullptr || size <= 0)
         return -1;
     memset(buffer, 0, static_cast<size_t>(size));
-    if (key == nullptr || !host::is_setting_key(key))
+    if (key == nullptr || !host::is_setting_key(key)) {
+        errno = EINVAL;
         return -1;
+    }
 
     scan state{.key = key, .value = {buffer, static_cast<size_t>(size)}};
     const bool found = scan_settings(state);

@@ -1,12 +1,14 @@
 // Device information: one file an item under its decimal ID.
 #include "platform/devinfo_store.h"
 
-#include "platform/host/places.h"
-#include "platform/host/value_file.h"
-
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
+
+#include "platform/host/item_file.h"
+#include "platform/host/places.h"
+#include "platform/host/value_file.h"
 
 namespace {
 
@@ -18,6 +20,13 @@ std::array<char, 12> item_name(int id) {
 
 } // namespace
 
+int host::open_item(int id) {
+    if (id > 0)
+        return open_value(ITEM_FOLDER, item_name(id).data());
+    errno = EINVAL;
+    return -1;
+}
+
 int get_devinfo_value_by_id(int id, char *buffer, int size) {
     if (buffer != nullptr && size > 0)
         buffer[0] = '\0';
@@ -27,8 +36,10 @@ int get_devinfo_value_by_id(int id, char *buffer, int size) {
 }
 
 int set_devinfo_value_by_id(int id, const char *value, int length) {
-    if (id <= 0 || value == nullptr || length < 0)
+    if (id <= 0 || value == nullptr || length < 0) {
+        errno = EINVAL;
         return -1;
+    }
     return host::write_value(host::ITEM_FOLDER, item_name(id).data(),
                              {value, strnlen(value, static_cast<size_t>(length))});
 }

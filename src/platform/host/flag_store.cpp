@@ -1,10 +1,11 @@
 // Named flags: one file a flag under its name.
 #include "platform/flag_store.h"
 
+#include <cerrno>
+#include <cstring>
+
 #include "platform/host/places.h"
 #include "platform/host/value_file.h"
-
-#include <cstring>
 
 namespace {
 
@@ -17,15 +18,19 @@ bool is_flag_name(const char *name) {
 } // namespace
 
 int flag_set(const char *name, const char *value) {
-    if (!is_flag_name(name) || value == nullptr)
+    if (!is_flag_name(name) || value == nullptr) {
+        errno = EINVAL;
         return -1;
+    }
     return host::write_value(host::FLAG_FOLDER, name, value);
 }
 
 int flag_get_item(const char *name, char *buffer, int size) {
     if (buffer != nullptr && size > 0)
         buffer[0] = '\0';
-    if (!is_flag_name(name))
+    if (!is_flag_name(name)) {
+        errno = EINVAL;
         return -1;
+    }
     return host::read_value(host::FLAG_FOLDER, name, buffer, size);
 }

@@ -4,11 +4,6 @@
 // nothing here ever waits.
 #include "platform/log.h"
 
-#include "platform/config_store.h"
-#include "platform/host/files.h"
-#include "platform/host/log_text.h"
-#include "platform/host/places.h"
-
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -23,6 +18,11 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <syslog.h>
+
+#include "platform/config_store.h"
+#include "platform/host/files.h"
+#include "platform/host/log_text.h"
+#include "platform/host/places.h"
 
 namespace {
 

@@ -5,10 +5,6 @@
 // rename.
 #include "platform/log.h"
 
-#include "platform/host/files.h"
-#include "platform/host/log_text.h"
-#include "platform/host/places.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -17,6 +13,10 @@
 #include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
+
+#include "platform/host/files.h"
+#include "platform/host/log_text.h"
+#include "platform/host/places.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 // Interface questions go to the kernel by ioctl on a socket of the moment; nothing is kept.
 #include "platform/network.h"
 
-#include "platform/host/files.h"
-
 #include <arpa/inet.h>
 #include <cstdint>
 #include <cstdio>
@@ -11,6 +9,8 @@
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+
+#include "platform/host/files.h"
 
 namespace {
 

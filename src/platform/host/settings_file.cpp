@@ -6,14 +6,14 @@
 // One thread at a time: the file's text lives in a buffer of the process.
 #include "platform/host/settings_file.h"
 
-#include "platform/host/files.h"
-#include "platform/host/places.h"
-
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+
+#include "platform/host/files.h"
+#include "platform/host/places.h"
 
 namespace host {
 

@@ -2,14 +2,14 @@
 // inherited, so that it can be ended with a plain killall; it inherits no descriptor of the layer.
 #include "platform/system.h"
 
-#include "platform/host/files.h"
-#include "platform/log.h"
-
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
+
+#include "platform/host/files.h"
+#include "platform/log.h"
 
 extern char **environ;
 

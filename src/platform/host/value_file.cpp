@@ -1,12 +1,12 @@
 #include "platform/host/value_file.h"
 
-#include "platform/host/files.h"
-
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+
+#include "platform/host/files.h"
 
 namespace host {
 

@@ -1,0 +1,137 @@
+// uplinkctl: looks at and changes what the daemon works with. The sub-commands are a table; what
+// each does stands below it.
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/config_store.h"
+#include "platform/flag_store.h"
+#include "platform/host/settings_file.h"
+#include "tools/cli.h"
+#include "tools/uplinkctl.h"
+
+static int config_get(operands given);
+static int config_set(operands given);
+static int config_unset(operands given);
+static int config_list(operands given);
+static int flag_get(operands given);
+static int flag_store(operands given);
+
+static constexpr size_t ANY_NUMBER = SIZE_MAX;
+
+static constexpr struct {
+    std::string_view group; // the first word, and the second where there is one
+    std::string_view verb;
+    size_t least, most; // operands
+    int (*run)(operands given);
+    const char *synopsis;
+    const char *purpose;
+} COMMANDS[] = {
+    {"config", "get", 1, 1, config_get, "config get KEY", "print the value of a setting"},
+    {"config", "set", 2, 2, config_set, "config set KEY VALUE", "change a setting"},
+    {"config", "unset", 1, 1, config_unset, "config unset KEY", "remove a setting"},
+    {"config", "list", 0, 0, config_list, "config list", "print all settings"},
+    {"flag", "get", 1, 1, flag_get, "flag get NAME", "print a named flag"},
+    {"flag", "set", 2, 2, flag_store, "flag set NAME VALUE", "set a named flag"},
+    {"listen", "", 1, ANY_NUMBER, listen_to_bus, "listen APP [-n COUNT] [-t SECONDS]",
+     "show the records sent to an application"},
+    {"explain", "", 0, 0, explain_priority, "explain", "show which uplink has priority, and why"},
+};
+
+static int help() {
+    int status = cli::print("Usage: uplinkctl COMMAND\nCommands:\n");
+    for (const auto &command : COMMANDS) {
+        char line[120];
+        snprintf(line, sizeof line, "  %-36s %s\n", command.synopsis, command.purpose);
+        if (status == cli::DONE)
+            status = cli::print(line);
+    }
+    return status;
+}
+
+int main(int argc, char **argv) {
+    if (argc == 2 && cli::is_help(argv[1]))
+        return help();
+    if (argc < 2)
+        return cli::wrong_usage("expected a command");
+
+    const operands words{argv + 1, argv + argc};
+    for (const auto &command : COMMANDS) {
+        const size_t name_words = command.verb.empty() ? 1 : 2;
+        if (words[0] != command.group || words.size() < name_words ||
+            (name_words == 2 && words[1] != command.verb))
+            continue;
+        const operands given = words.subspan(name_words);
+        if (given.size() < command.least || given.size() > command.most)
+            return cli::wrong_usage("expected %s", command.synopsis);
+        return command.run(given);
+    }
+    return cli::wrong_usage("unknown command '%s%s%s'", argv[1], argc > 2 ? " " : "",
+                            argc > 2 ? argv[2] : "");
+}
+
+// As long as the settings file can be, so that no value is cut.
+static std::array<char, 256 * 1024> value_buffer;
+
+// Prints what READ finds under NAME: nothing at all for no value, like devinfo.
+static int show(int (*read)(const char *name, char *buffer, int size), const char *name) {
+    errno = 0;
+    read(name, value_buffer.data(), static_cast<int>(value_buffer.size()));
+    if (errno != 0 && errno != ENOENT)
+        return cli::failure("cannot read '%s': %s", name, strerror(errno));
+    if (value_buffer[0] == '\0')
+        return cli::DONE;
+    const int status = cli::print(value_buffer.data());
+    return status == cli::DONE ? cli::print("\n") : status;
+}
+
+static int report(host::settings_result result, const char *key) {
+    switch (result) {
+    case host::settings_result::done: return cli::DONE;
+    case host::settings_result::refused:
+        return cli::failure(
+            "'%s' cannot be set: a key is not empty, does not begin with # and holds "
+            "no = and no newline; a value holds no newline",
+            key);
+    case host::settings_result::locked:
+        return cli::failure("the settings are locked by another program");
+    case host::settings_result::too_large: return cli::failure("the settings file is too large");
+    case host::settings_result::failed: break;
+    }
+    return cli::failure("cannot use the settings: %s", strerror(errno));
+}
+
+static int config_get(operands given) {
+    return show(cfg_get_item, given[0]);
+}
+
+static int config_set(operands given) {
+    return report(host::set_setting(given[0], given[1]), given[0]);
+}
+
+static int config_unset(operands given) {
+    return report(host::unset_setting(given[0]), given[0]);
+}
+
+static int config_list(operands) {
+    static int status = cli::DONE;
+    const auto print_setting = [](std::string_view key, std::string_view value) {
+        for (const std::string_view part :
+             {key, std::string_view{"="}, value, std::string_view{"\n"}})
+            if (status == cli::DONE)
+                status = cli::print(part);
+    };
+    const host::settings_result result = host::list_settings(print_setting);
+    return status != cli::DONE ? status : report(result, "");
+}
+
+static int flag_get(operands given) {
+    return show(flag_get_item, given[0]);
+}
+
+static int flag_store(operands given) {
+    if (flag_set(given[0], given[1]) == 0)
+        return cli::DONE;
+    return cli::failure("cannot set flag '%s': %s", given[0], strerror(errno));
+}

@@ -1,0 +1,10 @@
+// The sub-commands of uplinkctl that have a file of their own. Each takes the operands that follow
+// its name and returns the exit status.
+#pragma once
+
+#include <span>
+
+using operands = std::span<char *const>;
+
+int listen_to_bus(operands given);
+int explain_priority(operands given);
