@@ -65,6 +65,14 @@ expect_flag() { expect_value "flag $1" "$2" rt uplinkctl flag get "$1"; }
 expect_address() { expect_value "IPv4 address of $1" "$2" ipv4_addresses "$1"; }
 ipv4_addresses() { rt ip -4 -o address show dev "$1" | awk '{ print $4 }'; }
 
+# expect_ipv6_address INTERFACE GLOB: the same, of global IPv6 addresses.
+expect_ipv6_address() { expect_value "global IPv6 address of $1" "$2" ipv6_addresses "$1"; }
+ipv6_addresses() { rt ip -6 -o address show dev "$1" scope global | awk '{ print $4 }'; }
+
+# expect_ipv6_nat GLOB: the rules of the POSTROUTING chain.
+expect_ipv6_nat() { expect_value "IPv6 masquerading" "$1" ipv6_nat; }
+ipv6_nat() { rt ip6tables -t nat -S POSTROUTING | sed 1d; }
+
 # expect_clients NAME COUNT: so many processes of that name run in the router.
 expect_clients() { expect_value "running $1 processes" "$2" count_processes "$1"; }
 count_processes() { pids "$1" | wc -w; }

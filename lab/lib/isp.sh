@@ -42,3 +42,14 @@ stop_serving() {
     fi
     ip address flush dev "$1"
 }
+
+# isp_network6 FAR_END stateful|stateless: 2001:db8:1::/64, announced by a router of the provider.
+isp_network6() {
+    local range='2001:db8:1::100,2001:db8:1::1ff,64,120'
+    [ "$2" = stateful ] || range='2001:db8:1::,ra-stateless,64,1800'
+    stop_serving "$1"
+    ip link set "$1" up
+    ip address add 2001:db8:1::1/64 dev "$1" nodad
+    serve "$1" --enable-ra --ra-param="$1,4,1800" --dhcp-range="$range" \
+        --dhcp-option='option6:dns-server,[2001:db8::53],[2001:db8::54]'
+}
