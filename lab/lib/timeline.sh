@@ -1,76 +1,82 @@
-# The demo's view of a scenario: a process that watches what the world leaves behind (the ISP's log,
-# the batches, the items, what the siblings hear, the daemon's log) and prints it in order of time.
-declare -A READERS ITEM_NAME MESSAGE_NAME LAST_VALUE
+# The demo's view of a scenario. One process watches items and batches, and notes what changes; other
+# records (the ISP's log, what the siblings hear, the daemon's log) are kept anyway. Another process
+# prints all of it in order of time.
+declare -A READERS ITEM_NAME MESSAGE_NAME
 PENDING=()
 
 start_timeline() {
     exec {NEVER}<> <(:) # nothing ever comes: read waits on it without starting a program
     : >/run/lab/steps
+    : >/run/lab/changes
     : >/run/lab/batch_seen
-    invert_names
+    local name
+    for name in "${!ITEM[@]}"; do ITEM_NAME[${ITEM[$name]}]=$name; done
+    for name in "${!MESSAGE[@]}"; do MESSAGE_NAME[${MESSAGE[$name]}]=$name; done
     START=$EPOCHREALTIME
-    watch_world &
+    watch_changes >>/run/lab/changes &
     WATCHER=$!
+    print_timeline &
+    PRINTER=$!
+    printf '\n=== %s\n' "$(sed -n '1s/^# //p' "/run/lab/scenarios/$scenario")"
 }
 
 finish_timeline() {
     : >/run/lab/finished
-    wait "$WATCHER"
+    wait "$WATCHER" "$PRINTER"
     print_state
 }
 
 step() { echo "$EPOCHREALTIME $*" >>/run/lab/steps; }
 
-# Items and batches are looked at so often that no change is missed, the rest less often. Events are
-# held back for a moment, so that those of different sources can be put in order.
-watch_world() {
-    local round=0 last=
-    while [ -z "$last" ]; do
-        read -rt 0.01 -u "$NEVER" || :
-        [ ! -e /run/lab/finished ] || last=1
-        watch_items
-        watch_batch
-        round=$((round + 1))
-        ((round % 10 == 0)) || [ -n "$last" ] || continue
-        watch_records
-        print_events "$last"
+pause() { read -rt "$1" -u "$NEVER" || :; }
+
+# Starts no program, so that it can look a hundred times a second. Prints "TIME item ID OLD NEW" and
+# "TIME batch LINE".
+watch_changes() {
+    local -A last
+    local file value lines line batch=$ROOT/tmp/.tmp_uplinkd_script
+    until [ -e /run/lab/finished ]; do
+        pause 0.01
+        for file in "$ROOT"/run/uplinkd/items/[0-9]* "${!last[@]}"; do
+            value=
+            { read -r value <"$file" || :; } 2>/dev/null
+            [ "${last[$file]:-}" != "$value" ] || continue
+            echo "$EPOCHREALTIME item ${file##*/} ${last[$file]:-(empty)} ${value:-(empty)}"
+            last[$file]=$value
+        done
+        [[ $batch -nt /run/lab/batch_seen ]] || continue
+        mapfile -t lines <"$batch"
+        [[ ${lines[*]: -2} == *'# executed by '* ]] || continue # it is still being written
+        echo >/run/lab/batch_seen
+        for line in "${lines[@]}"; do echo "$EPOCHREALTIME batch $line"; done
+    done
+}
+
+# Events are held back for a moment, so that those of different sources can be put in order.
+print_timeline() {
+    local finished=
+    until [ "$finished" ]; do
+        pause 0.1
+        [ ! -e /run/lab/finished ] || finished=1
+        read_records
+        print_events "$finished"
     done
 }
 
 event() { PENDING+=("$1 $2 $3"); } # TIME KIND TEXT
 
-watch_items() {
-    local file id value
-    for file in "$ROOT"/run/uplinkd/items/[0-9]* "${!LAST_VALUE[@]}"; do
-        id=${file##*/} value=
-        { read -r value <"$file" || :; } 2>/dev/null
-        [ "${LAST_VALUE[$file]:-}" != "$value" ] || continue
-        event "$EPOCHREALTIME" item \
-            "$(printf '%-28s %s -> %s' "$(item_name "$id")" "${LAST_VALUE[$file]:-(empty)}" "${value:-(empty)}")"
-        LAST_VALUE[$file]=$value
-    done
-}
-
-watch_batch() {
-    local batch=$ROOT/tmp/.tmp_uplinkd_script lines line
-    [[ $batch -nt /run/lab/batch_seen ]] || return 0
-    mapfile -t lines <"$batch"
-    [[ ${lines[*]: -2} == *'# executed by '* ]] || return 0 # still being written
-    echo >/run/lab/batch_seen
-    for line in "${lines[@]}"; do [ -z "$line" ] || event "$EPOCHREALTIME" batch "$line"; done
-}
-
-watch_records() {
+read_records() {
     local file time line reader
-    for file in /run/lab/steps /run/isp/*.log /run/lab/heard.* "$ROOT/var/log/uplinkd/uplinkd.log"; do
+    for file in /run/lab/{steps,changes,heard.*} /run/isp/*.log "$ROOT/var/log/uplinkd/uplinkd.log"; do
         [ -e "$file" ] || continue
         if [ -z "${READERS[$file]:-}" ]; then
             exec {reader}<"$file"
             READERS[$file]=$reader
         fi
-        while read -r -u "${READERS[$file]}" time line; do
+        while IFS=' ' read -r -u "${READERS[$file]}" time line; do
             case $file in
             */steps) event "$time" step "$line" ;;
+            */changes) change_event "$time" "$line" ;;
             */heard.*) heard_event "$time" "${file##*.}" "$line" ;;
             */uplinkd.log) log_event "$line" ;;
             *) wire_event "$time" "$line" ;;
@@ -79,37 +85,49 @@ watch_records() {
     done
 }
 
+change_event() {
+    local kind id old new
+    case $2 in
+    item*)
+        read -r kind id old new <<<"$2"
+        event "$1" item "$(printf '%-24s %s -> %s' "$(item_name "$id")" "$old" "$new")"
+        ;;
+    'batch # rewrite by '*) event "$1" batch "${2#batch # rewrite by }" ;;
+    'batch # '* | 'batch ') ;;
+    *) event "$1" batch "\$ ${2#batch }" ;;
+    esac
+}
+
 heard_event() { # TIME APP "0xID from SENDER bcast MARKER ..."
-    local id=${3%% *}
     [[ $3 == *' from 24 '* ]] || return 0
-    event "$1" told "$2$([[ $3 != *' bcast 1 '* ]] || echo ' (broadcast)'): $(message_name "$id")"
+    event "$1" told "$2: $(message_name "${3%% *}")$([[ $3 != *' bcast 1 '* ]] || echo ', as all are')"
 }
 
 wire_event() {
-    if [[ $2 =~ DHCP(DISCOVER|OFFER|REQUEST|ACK|NAK|RELEASE|SOLICIT|ADVERTISE|REPLY).* ]]; then
+    if [[ $2 =~ DHCP(DISCOVER|OFFER|REQUEST|ACK|NAK|RELEASE).* ]]; then
         event "$1" wire "${BASH_REMATCH[0]}"
     fi
 }
 
-# "HH:MM:SS.mmm UPLINKD[PID] LEVEL TEXT", after the date, in UTC as the router's clock is.
+# "HH:MM:SS.mmm UPLINKD[PID] LEVEL [uplinkd] FUNCTION--LINE: TEXT", in UTC as the router's clock is.
 log_event() {
-    local clock=${1%% *} text=${1#* * * } time
-    [[ $clock =~ ^([0-9]{2}):([0-9]{2}):([0-9]{2}\.[0-9]{3})$ ]] || return 0
-    time=$((${START%.*} / 86400 * 86400 + 10#${BASH_REMATCH[1]} * 3600 + 10#${BASH_REMATCH[2]} * 60))
-    time=$((time + 10#${BASH_REMATCH[3]%.*})).${BASH_REMATCH[3]#*.}000
-    text=${text#\[uplinkd\] }
+    local clock text time
+    clock=${1%% *} text=${1#*\[uplinkd\] }
+    [[ $clock =~ ^([0-9]{2}):([0-9]{2}):([0-9]{2})\.([0-9]{3})$ ]] || return 0
+    time=$((${START%.*} / 86400 * 86400 + 10#${BASH_REMATCH[1]} * 3600 + 10#${BASH_REMATCH[2]} * 60 +
+        10#${BASH_REMATCH[3]})).${BASH_REMATCH[4]}000
     if [[ $text =~ recv\ msg\((0x[0-9A-F]+)\) ]]; then
         [[ ${BASH_REMATCH[1]} == 0xF0?? ]] || event "$time" hears "$(message_name "${BASH_REMATCH[1]}")"
     elif [[ $text != *'send msg ('* && $text != *_MSG_* ]]; then
-        event "$time" log "$text"
+        event "$time" log "${text//'\n'/ }"
     fi
 }
 
 print_events() { # ALL?
-    local time kind text limit held=() line
+    local time kind text limit held=()
     [ ${#PENDING[@]} -gt 0 ] || return 0
-    limit=$((${EPOCHREALTIME/./} - 150000))
-    while read -r time kind text; do
+    limit=$((${EPOCHREALTIME/./} - 250000))
+    while IFS=' ' read -r time kind text; do
         if [ -z "$1" ] && [ "${time/./}" -gt $limit ]; then
             held+=("$time $kind $text")
         else
@@ -135,16 +153,13 @@ print_event() { # MICROSECONDS KIND TEXT
         $(($1 / 1000 % 1000)) "$2" "$3" "${colour:+$'\e[0m'}"
 }
 
-invert_names() {
-    local name
-    for name in "${!ITEM[@]}"; do ITEM_NAME[${ITEM[$name]}]=$name; done
-    for name in "${!MESSAGE[@]}"; do MESSAGE_NAME[${MESSAGE[$name]}]=$name; done
-}
-
 item_name() {
-    local id=$1 index=$(($1 / 1000 - 260))
-    ((index >= 1 && index <= 7)) || { echo "${ITEM_NAME[$id]:-$id}" && return; }
-    echo "${ITEM_NAME[$((201100 + id % 1000))]:-$id}_$index"
+    local index=$(($1 / 1000 - 260))
+    if ((index >= 1 && index <= 7)); then
+        echo "${ITEM_NAME[$((201100 + $1 % 1000))]:-$1}_$index"
+    else
+        echo "${ITEM_NAME[$1]:-$1}"
+    fi
 }
 
 message_name() { echo "${MESSAGE_NAME[$1]:-message} ($1)"; }
@@ -154,11 +169,11 @@ print_state() {
     printf '\nThe router now:\n'
     for name in WIRED_WAN_REAL_IFACE WIRED_WAN_NETSTATUS WIRED_WAN_CONNSTATUS WIRED_WAN_IP \
         WIRED_WAN_NETMASK WIRED_WAN_GATEWAY WIRED_WAN_DNS WIRED_WAN_DNS2 WAN_PRIORITY; do
-        printf '  item %-24s %s\n' "$name" "$(item $name)"
+        printf '  item %-22s %s\n' "$name" "$(item $name)"
     done
-    printf '  %-29s %s\n' "address of eth1" "$(ipv4_addresses eth1)" \
+    printf '  %-27s %s\n' "addresses of eth1" "$(ipv4_addresses eth1)" \
         "running DHCP clients" "$(count_processes udhcpc)" \
-        "subnet-conflict flag" "$(rt uplinkctl flag get UPLINKD_DETECT_WAN_NET_SEG_INVALID)"
+        "flag for a subnet conflict" "$(rt uplinkctl flag get UPLINKD_DETECT_WAN_NET_SEG_INVALID)"
 }
 
 start_timeline

@@ -6,7 +6,7 @@ export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C
 trap 'exit 130' INT TERM HUP
 
 # What the caller left open is not for the router's processes. (255 is where bash reads this file.)
-for fd in /proc/$$/fd/*; do
+for fd in "/proc/$$/fd"/*; do
     fd=${fd##*/}
     ((fd <= 2 || fd == 255)) || exec {fd}>&-
 done
