@@ -1,8 +1,6 @@
 #include "clients/client_files.h"
 
 #include <cstdio>
-#include <initializer_list>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/log_forms.h"
@@ -46,11 +44,11 @@ int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx, int ip_
     if (buffer == nullptr || size <= 0)
         return -1;
     if (ip_version != IPVER_V4 && ip_version != IPVER_V6) {
-        LOG_TRACE(LOG_REJECTED, "got invalid ip version");
+        UPLINKD_TRACE(LOG_REJECTED, "got invalid ip version");
         return -1;
     }
     if (script_type != PPP_SCRIPT_UP && script_type != PPP_SCRIPT_DOWN) {
-        LOG_TRACE(LOG_REJECTED, "got invalid ppp script type");
+        UPLINKD_TRACE(LOG_REJECTED, "got invalid ppp script type");
         return -1;
     }
     snprintf(buffer, static_cast<size_t>(size), "%s-%s_wan%d",
@@ -80,10 +78,8 @@ int uplinkd_dhcpc_kill_clients() {
 }
 
 int uplinkd_ppp_clean_secrets() {
-    for (const char *secrets : {CHAP_SECRETS, PAP_SECRETS}) {
-        if (uplinkd_file_truncate(secrets) == 0)
-            chmod(secrets, S_IRUSR | S_IWUSR);
-    }
+    uplinkd_file_truncate(CHAP_SECRETS);
+    uplinkd_file_truncate(PAP_SECRETS);
     return 0;
 }
 
@@ -94,7 +90,7 @@ int uplinkd_ppp_kill_client() {
 
 int uplinkd_dhcpc_clean_unuse_files_by_idx(int idx) {
     if (!is_wan_index(idx)) {
-        LOG_TRACE(LOG_EVENT, "got invalid wan idx(%d)", idx);
+        UPLINKD_TRACE(LOG_EVENT, "got invalid wan idx(%d)", idx);
         return -1;
     }
     pid_fname fname;
@@ -108,7 +104,7 @@ int uplinkd_dhcpc_clean_unuse_files_by_idx(int idx) {
 
 int uplinkd_ppp_clean_unuse_files_by_idx(int idx) {
     if (!is_wan_index(idx)) {
-        LOG_TRACE(LOG_EVENT, "got invalid wan idx(%d)", idx);
+        UPLINKD_TRACE(LOG_EVENT, "got invalid wan idx(%d)", idx);
         return -1;
     }
     pid_fname fname;

@@ -2,20 +2,20 @@
 // that is being built; files are removed at once.
 #pragma once
 
+#include "core/text.h"
+#include "provision/script_runner.h"
+
 inline constexpr const char *UDHCPC = "udhcpc";
 inline constexpr const char *UDHCPC6 = "udhcpc6";
 inline constexpr const char *PPPD = "pppd";
 
-inline constexpr const char *CHAP_SECRETS = "/etc/ppp/chap-secrets";
-inline constexpr const char *PAP_SECRETS = "/etc/ppp/pap-secrets";
+inline constexpr const char *CHAP_SECRETS = SECRETS_FOLDER "chap-secrets";
+inline constexpr const char *PAP_SECRETS = SECRETS_FOLDER "pap-secrets";
 
 enum ppp_script_type : int {
     PPP_SCRIPT_UP = 1,
     PPP_SCRIPT_DOWN = 2,
 };
-
-// Buffer of a generated path of the DHCP clients.
-inline constexpr int CLIENT_FNAME_SIZE = 64;
 
 // Names of a DHCP client's files, cut to SIZE - 1 characters. An absent program name or an IP
 // version other than 4 and 6 gives the empty text.
@@ -23,6 +23,16 @@ void uplinkd_dhcpc_get_pid_fname_by_idx(char *buffer, int size, const char *name
                                         int ip_version);
 void uplinkd_dhcpc_get_script_fname_by_idx(char *buffer, int size, const char *name, int idx,
                                            int ip_version);
+
+// Both names of a DHCP client of WAN IDX.
+struct dhcp_client_fnames {
+    text<64> pid, script;
+
+    dhcp_client_fnames(const char *name, int idx, int ip_version) {
+        uplinkd_dhcpc_get_pid_fname_by_idx(pid.data(), pid.size(), name, idx, ip_version);
+        uplinkd_dhcpc_get_script_fname_by_idx(script.data(), script.size(), name, idx, ip_version);
+    }
+};
 
 // Names of a PPP client's files. Return 0; -1 for an absent or invalid argument, with the buffer
 // untouched.

@@ -1,11 +1,10 @@
 #include "clients/dhcpv4.h"
 
-#include <cstdio>
-
 #include "clients/client_files.h"
 #include "clients/dhcpv4_script.h"
 #include "core/log_forms.h"
 #include "core/messages.h"
+#include "core/setting_key.h"
 #include "core/text.h"
 #include "core/types.h"
 #include "platform/devinfo_store.h"
@@ -22,10 +21,10 @@ int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, int ipmode,
     switch (ipmode) {
     case IPMODE_STATIC: uplinkd_dhcpcv4_setup_static(ifname, idx, ids); break;
     case IPMODE_DHCP: uplinkd_dhcpcv4_run_client(ifname, idx, ids); break;
-    default: LOG_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
+    default: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
     }
-    LOG_TRACE(LOG_ROUTINE, "finish start dhcpcv4 on iface (%s), idx (%d), ipmode (%d)", ifname, idx,
-              ipmode);
+    UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpcv4 on iface (%s), idx (%d), ipmode (%d)", ifname,
+                  idx, ipmode);
     return 0;
 }
 
@@ -40,25 +39,18 @@ int uplinkd_dhcpcv4_write_script(const char *path, const char *writer, const wan
 }
 
 void uplinkd_dhcpcv4_run_client(const char *ifname, int idx, const wan_ipv4_ids *ids) {
-    if (ifname == nullptr)
+    if (ifname == nullptr || ids == nullptr)
         return;
-    text<CLIENT_FNAME_SIZE> pid_fname, script_fname;
-    uplinkd_dhcpc_get_pid_fname_by_idx(pid_fname.data(), pid_fname.size(), UDHCPC, idx, IPVER_V4);
-    uplinkd_dhcpc_get_script_fname_by_idx(script_fname.data(), script_fname.size(), UDHCPC, idx,
-                                          IPVER_V4);
-    uplinkd_dhcpcv4_write_script(script_fname.c_str(), __func__, ids, APP_ID_UPLINKD,
+    const dhcp_client_fnames fnames(UDHCPC, idx, IPVER_V4);
+    uplinkd_dhcpcv4_write_script(fnames.script.c_str(), __func__, ids, APP_ID_UPLINKD,
                                  UPLINKD_MSG_ID_WAN_SETUP_COMPLETED);
     uplinkd_file_append_line(TMP_SCRIPT, "%s -i %s -s %s -p %s >/dev/null 2>&1 &", UDHCPC,
-                             shell_word(ifname).c_str(), script_fname.c_str(), pid_fname.c_str());
-    LOG_TRACE(LOG_ROUTINE, "finish run dhcp v4 client");
+                             shell_word(ifname).c_str(), fnames.script.c_str(), fnames.pid.c_str());
+    UPLINKD_TRACE(LOG_ROUTINE, "finish run dhcp v4 client");
 }
 
 static setting_value static_setting(const char *key, int idx) {
-    if (idx == 0)
-        return setting_text<32>(key);
-    text<32> indexed;
-    snprintf(indexed.data(), sizeof indexed.chars, "%s_%d", key, idx);
-    return setting_text<32>(indexed.c_str());
+    return setting_text<32>(key_of_index(key, idx).c_str());
 }
 
 static void store(uint32_t id, const setting_value &value) {
@@ -66,7 +58,7 @@ static void store(uint32_t id, const setting_value &value) {
 }
 
 int uplinkd_dhcpcv4_setup_static(const char *ifname, int idx, const wan_ipv4_ids *ids) {
-    if (ids == nullptr)
+    if (ifname == nullptr || ids == nullptr)
         return -1;
     const setting_value address = static_setting("USR_WAN_IPADDR_V4", idx);
     const setting_value netmask = static_setting("USR_WAN_SUBMASK_V4", idx);
@@ -80,6 +72,6 @@ int uplinkd_dhcpcv4_setup_static(const char *ifname, int idx, const wan_ipv4_ids
     store(ids->ipv4_dns1_id, dns1);
     store(ids->ipv4_dns2_id, dns2);
     uplinkd_iface_set_addrv4(ifname, address.c_str(), netmask.c_str());
-    LOG_TRACE(LOG_ROUTINE, "finish setup ipv4 static on iface(%s), idx(%d)", ifname, idx);
+    UPLINKD_TRACE(LOG_ROUTINE, "finish setup ipv4 static on iface(%s), idx(%d)", ifname, idx);
     return 0;
 }

@@ -9,20 +9,6 @@
 #include "provision/script_runner.h"
 #include "provision/shell_quote.h"
 
-namespace {
-
-// The client's files for one WAN index.
-struct client_fnames {
-    text<CLIENT_FNAME_SIZE> pid, script;
-
-    explicit client_fnames(int idx) {
-        uplinkd_dhcpc_get_pid_fname_by_idx(pid.data(), pid.size(), UDHCPC6, idx, IPVER_V6);
-        uplinkd_dhcpc_get_script_fname_by_idx(script.data(), script.size(), UDHCPC6, idx, IPVER_V6);
-    }
-};
-
-} // namespace
-
 int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, int ipmode,
                                    const wan_ipv6_ids *ids) {
     if (ifname == nullptr || ids == nullptr)
@@ -32,10 +18,10 @@ int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, int ipmode,
     case IPMODE_STATEFUL: uplinkd_dhcpcv6_start_stateful(ifname, idx, ids); break;
     case IPMODE_STATELESS: uplinkd_dhcpcv6_start_stateless(ifname, idx, ids); break;
     case IPMODE_SLAAC: uplinkd_dhcpcv6_start_slaac(); break;
-    default: LOG_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
+    default: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
     }
-    LOG_TRACE(LOG_ROUTINE, "finish start dhcpcv6 on iface (%s), idx (%d), ipmode (%d)", ifname, idx,
-              ipmode);
+    UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpcv6 on iface (%s), idx (%d), ipmode (%d)", ifname,
+                  idx, ipmode);
     return 0;
 }
 
@@ -66,27 +52,28 @@ static void queue_ipv6_setting(const char *ifname, int value, const char *settin
                              shell_word(ifname).c_str(), setting);
 }
 
-// OPTIONS is what stands between the pid file and the request for DNS servers.
-static void queue_client(const char *ifname, const client_fnames &fnames, const char *options) {
+// OPTIONS, each with a blank before it, go before the request for DNS servers.
+static void queue_client(const char *ifname, const dhcp_client_fnames &fnames,
+                         const char *options) {
     uplinkd_file_append_line(TMP_SCRIPT, "%s -i %s -s %s -p %s%s -O 23 >/dev/null 2>&1 &", UDHCPC6,
                              shell_word(ifname).c_str(), fnames.script.c_str(), fnames.pid.c_str(),
                              options);
 }
 
 int uplinkd_dhcpcv6_start_stateful(const char *ifname, int idx, const wan_ipv6_ids *ids) {
-    const client_fnames fnames(idx);
+    const dhcp_client_fnames fnames(UDHCPC6, idx, IPVER_V6);
     uplinkd_dhcpcv6_write_stateful_script(fnames.script.c_str(), __func__, ids, RA_RETRY_COUNT,
                                           RA_WAIT_PERIOD, APP_ID_UPLINKD,
                                           UPLINKD_MSG_ID_WAN_SETUP_COMPLETED);
     queue_ipv6_setting(ifname, 0, "autoconf");
     queue_ipv6_setting(ifname, 2, "accept_ra"); // also while the router forwards
     queue_client(ifname, fnames, "");
-    LOG_TRACE(LOG_ROUTINE, "finish start dhcpv6 stateful");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpv6 stateful");
     return 0;
 }
 
 int uplinkd_dhcpcv6_start_stateless(const char *ifname, int idx, const wan_ipv6_ids *ids) {
-    const client_fnames fnames(idx);
+    const dhcp_client_fnames fnames(UDHCPC6, idx, IPVER_V6);
     uplinkd_dhcpcv6_write_stateless_script(fnames.script.c_str(), __func__, ids, RA_RETRY_COUNT,
                                            RA_WAIT_PERIOD, APP_ID_UPLINKD,
                                            UPLINKD_MSG_ID_WAN_SETUP_COMPLETED);
@@ -95,16 +82,16 @@ int uplinkd_dhcpcv6_start_stateless(const char *ifname, int idx, const wan_ipv6_
     queue_ipv6_setting(ifname, 1, "autoconf");
     queue_ipv6_setting(ifname, 2, "accept_ra");
     queue_client(ifname, fnames, " -r no");
-    LOG_TRACE(LOG_ROUTINE, "finish start dhcpv6 stateless");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpv6 stateless");
     return 0;
 }
 
 int uplinkd_dhcpcv6_start_slaac() {
-    LOG_TRACE(LOG_ROUTINE, "finish start dhcpv6 slaac");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpv6 slaac");
     return 0;
 }
 
 int uplinkd_dhcpcv6_start_static() {
-    LOG_TRACE(LOG_ROUTINE, "finish start dhcpv6 static");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpv6 static");
     return 0;
 }

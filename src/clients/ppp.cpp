@@ -21,27 +21,21 @@ int uplinkd_ppp_start_on_iface(const char *ifname, int idx, const wan_di_set *se
     ppp_cfg_set cfg = {};
     uplinkd_ppp_get_cfg_by_idx(&cfg, idx);
 
-    text<CLIENT_FNAME_SIZE> dhcp_script, dhcp_pid_fname;
-    uplinkd_dhcpc_get_script_fname_by_idx(dhcp_script.data(), dhcp_script.size(), UDHCPC6, idx,
-                                          IPVER_V6);
-    uplinkd_dhcpcv6_write_stateless_script(dhcp_script.c_str(), __func__, set, RA_RETRY_COUNT,
+    const dhcp_client_fnames dhcp(UDHCPC6, idx, IPVER_V6);
+    uplinkd_dhcpcv6_write_stateless_script(dhcp.script.c_str(), __func__, set, RA_RETRY_COUNT,
                                            RA_WAIT_PERIOD, APP_ID_UPLINKD,
                                            UPLINKD_MSG_ID_WAN_SETUP_COMPLETED);
-    uplinkd_dhcpc_get_pid_fname_by_idx(dhcp_pid_fname.data(), dhcp_pid_fname.size(), UDHCPC6, idx,
-                                       IPVER_V6);
-
-    uplinkd_ppp_write_ipv6_up_script(cfg.ipv6_up_fname.c_str(), dhcp_script.c_str(),
-                                     dhcp_pid_fname.c_str(), __func__);
-    uplinkd_ppp_write_ipv6_down_script(cfg.ipv6_down_fname.c_str(), set, ifname,
-                                       dhcp_pid_fname.c_str(), APP_ID_UPLINKD,
-                                       UPLINKD_MSG_WAN_PPPOE_CHANGED, __func__);
+    uplinkd_ppp_write_ipv6_up_script(cfg.ipv6_up_fname.c_str(), dhcp.script.c_str(),
+                                     dhcp.pid.c_str(), __func__);
+    uplinkd_ppp_write_ipv6_down_script(cfg.ipv6_down_fname.c_str(), set, ifname, dhcp.pid.c_str(),
+                                       APP_ID_UPLINKD, UPLINKD_MSG_WAN_PPPOE_CHANGED, __func__);
     uplinkd_ppp_write_ip_up_script(cfg.ip_up_fname.c_str(), set, APP_ID_UPLINKD,
                                    UPLINKD_MSG_ID_WAN_SETUP_COMPLETED, __func__);
     uplinkd_ppp_write_ip_down_script(cfg.ip_down_fname.c_str(), set, ifname, APP_ID_UPLINKD,
                                      UPLINKD_MSG_WAN_PPPOE_CHANGED, __func__);
     uplinkd_ppp_add_user_and_pwd_2_secret(&cfg);
     uplinkd_ppp_run_client(ifname, &cfg, idx);
-    LOG_TRACE(LOG_ROUTINE, "finish start ppp on iface(%s), wan idx(%d)", ifname, idx);
+    UPLINKD_TRACE(LOG_ROUTINE, "finish start ppp on iface(%s), wan idx(%d)", ifname, idx);
     return 0;
 }
 
@@ -119,10 +113,14 @@ int uplinkd_ppp_write_ipv6_down_script(const char *path, const wan_di_set *set, 
 int uplinkd_ppp_add_user_and_pwd_2_secret(const ppp_cfg_set *cfg) {
     if (cfg == nullptr)
         return -1;
+    if (cfg->ppp_user.empty() || cfg->ppp_pwd.empty()) {
+        UPLINKD_TRACE(LOG_REJECTED, "got empty user or pwd");
+        return -1;
+    }
     const quoted_text user = secrets_word(cfg->ppp_user.c_str());
     const quoted_text pwd = secrets_word(cfg->ppp_pwd.c_str());
     if (user.empty() || pwd.empty()) {
-        LOG_TRACE(LOG_REJECTED, "got empty user or pwd");
+        UPLINKD_TRACE(LOG_REJECTED, "user or pwd refused: no secrets file can hold it");
         return -1;
     }
     for (const char *secrets : {CHAP_SECRETS, PAP_SECRETS})

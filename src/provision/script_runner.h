@@ -4,15 +4,18 @@
 // A batch: truncate the script, append "# rewrite by <owner>", append the commands, execute. Only
 // one batch may be built at a time; the handlers, which build them, never run concurrently.
 //
-// The files lie where other users may write, so they are never reached through a link, and a file
-// that somebody else owns or has linked elsewhere is replaced, not reused.
+// The files lie where other users may write. Truncating replaces whatever is not this program's
+// alone (a link, a FIFO, a folder, another user's file), and appending to such a thing is refused,
+// so nobody else's text is ever run, and nobody else's file written. Files are created 0644, those
+// in SECRETS_FOLDER 0600, less what the umask takes away.
 #pragma once
 
 #include <sys/types.h>
 
 inline constexpr const char *TMP_SCRIPT = "/tmp/.tmp_uplinkd_script";
+#define SECRETS_FOLDER "/etc/ppp/"
 // The header of a batch; its argument is the owner's name.
-#define BATCH_HEADER "# rewrite by %s"
+#define BATCH_HEADER   "# rewrite by %s"
 
 // The longest line, or client script, that can be appended, newline and NUL included.
 inline constexpr int MAX_LINE_SIZE = 4096;

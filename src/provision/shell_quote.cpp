@@ -1,5 +1,6 @@
 #include "provision/shell_quote.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -66,12 +67,15 @@ quoted_text shell_word_in_double_quotes(const char *value) {
     return escape(shell_word(value).c_str(), "\\\"$`", "");
 }
 
+static bool is_control(char c) {
+    return (c >= 0 && c < ' ') || c == '\x7f';
+}
+
 quoted_text secrets_word(const char *value) {
-    for (const unsigned char c : std::string_view(value)) {
-        if (c < ' ' || c == '\x7f')
-            return {};
-    }
-    if (is_plain(value))
-        return as_it_is(value);
-    return escape(value, "\\\"", "\"");
+    const std::string_view text = value;
+    if (std::any_of(text.begin(), text.end(), is_control) || text.starts_with("@/"))
+        return {};
+    if (is_plain(text))
+        return as_it_is(text);
+    return escape(text, "\\\"", "\"");
 }
