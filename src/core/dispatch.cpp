@@ -1,3 +1,6 @@
+// One table leads from each message to its handler. The handlers run on the bus's delivery thread,
+// one at a time; only those of setup-completed and priority-changed have a result other than 0.
+
 #include "core/dispatch.h"
 
 #include "core/log_forms.h"
@@ -32,35 +35,32 @@ struct route {
     line_forms forms;
     const char *line;
     int (*handler)(const uplinkd_msg_t *);
-    bool returns_result;
 };
-
-using message = const uplinkd_msg_t *;
 
 constexpr route ROUTES[] = {
     {UPLINKD_MSG_ID_WAN_MODE_CHANGE, line_forms::trace, "UPLINKD_MSG_ID_WAN_MODE_CHANGE\n",
-     [](message) { return wan_mode_change_handler(); }, false},
+     [](const uplinkd_msg_t *) { return wan_mode_change_handler(); }},
     {UPLINKD_MSG_ID_WAN_STATUS_CHANGE, line_forms::trace, "UPLINKD_MSG_ID_WAN_STATUS_CHANGE\n",
-     [](message) { return wan_status_change_handler(); }, false},
+     [](const uplinkd_msg_t *) { return wan_status_change_handler(); }},
     {PEER_MSG_ID_WAN_STATUS_CHANGE, line_forms::trace, "UPLINKD_MSG_ID_WAN_STATUS_CHANGE\n",
-     [](message) { return wan_status_change_handler(); }, false},
+     [](const uplinkd_msg_t *) { return wan_status_change_handler(); }},
     {UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE, line_forms::trace,
-     "UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE\n", wan_wireless_status_change_handler, false},
+     "UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE\n", wan_wireless_status_change_handler},
     {UPLINKD_MSG_ID_WAN_WIRELESS_MODE_REFRESH, line_forms::trace,
-     "UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE\n", wan_wireless_status_change_handler, false},
+     "UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE\n", wan_wireless_status_change_handler},
     {UPLINKD_MSG_ID_WAN_WIRED_MODE_CHANGE, line_forms::trace,
      "UPLINKD_MSG_ID_WAN_WIRED_MODE_CHANGE\n",
-     [](message) { return wan_wired_status_change_handler(); }, false},
+     [](const uplinkd_msg_t *) { return wan_wired_status_change_handler(); }},
     {UPLINKD_MSG_ID_WAN_SETUP_COMPLETED, line_forms::none, nullptr,
-     uplinkd_wan_setup_completed_handler, true},
+     uplinkd_wan_setup_completed_handler},
     {UPLINKD_MSG_WAN_PRIO_CHANGED, line_forms::trace, "msg ===> UPLINKD_MSG_WAN_PRIO_CHANGED\n",
-     uplinkd_priority_change_handler, true},
+     uplinkd_priority_change_handler},
     {UPLINKD_MSG_WAN_PPPOE_CHANGED, line_forms::trace, "UPLINKD_MSG_WAN_PPPOE_CHANGED\n",
-     [](message) { return uplinkd_pppoe_status_change_handler(); }, false},
+     [](const uplinkd_msg_t *) { return uplinkd_pppoe_status_change_handler(); }},
     {DOWNLINKD_MSG_ID_INIT_COMPLETED, line_forms::debug_and_trace,
-     "msg ===> DOWNLINKD_MSG_ID_INIT_COMPLETED\n", uplinkd_downlinkd_init_completed_handler, false},
+     "msg ===> DOWNLINKD_MSG_ID_INIT_COMPLETED\n", uplinkd_downlinkd_init_completed_handler},
     {PPPD_STATUS_CHANGE_EVENT, line_forms::debug_and_trace, "msg ===> PPPD_STATUS_CHANGE_EVENT\n",
-     uplinkd_pppd_status_change_handler, false},
+     uplinkd_pppd_status_change_handler},
 };
 
 } // namespace
@@ -76,19 +76,18 @@ static const route *find_route(int msg_id) {
 int uplinkd_handler_msg(const uplinkd_msg_t *message) {
     const mutex_guard one_handler_at_a_time(uplinkd_handler_mutex);
 
-    LOG_TRACE(LOG_EVENT, "[uplinkd] [uplinkd_handler_msg] recv msg(0x%04X) from %s",
-              static_cast<unsigned>(message->msg_id), get_app_name_by_id(message->src_app_id));
-    LOG_DEBUG("[uplinkd] [uplinkd_handler_msg] recv msg(0x%04X) from %s\n",
-              static_cast<unsigned>(message->msg_id), get_app_name_by_id(message->src_app_id));
+    UPLINKD_TRACE(LOG_EVENT, "[uplinkd] [uplinkd_handler_msg] recv msg(0x%04X) from %s",
+                  static_cast<unsigned>(message->msg_id), get_app_name_by_id(message->src_app_id));
+    UPLINKD_DEBUG("[uplinkd] [uplinkd_handler_msg] recv msg(0x%04X) from %s\n",
+                  static_cast<unsigned>(message->msg_id), get_app_name_by_id(message->src_app_id));
 
     const route *route = find_route(message->msg_id);
     if (route == nullptr)
         return 0;
     if (route->forms == line_forms::debug_and_trace)
-        LOG_DEBUG("%s", route->line);
+        UPLINKD_DEBUG("%s", route->line);
     if (route->forms != line_forms::none)
-        LOG_TRACE(LOG_EVENT, "%s", route->line);
+        UPLINKD_TRACE(LOG_EVENT, "%s", route->line);
 
-    const int result = route->handler(message);
-    return route->returns_result ? result : 0;
+    return route->handler(message);
 }

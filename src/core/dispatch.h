@@ -8,7 +8,6 @@
 // evaluation of the WAN mode. Nothing else takes it.
 extern uplinkd_mutex uplinkd_handler_mutex;
 
-// Logs the record's arrival and runs the handler for its ID. Returns the handler's result for
-// setup-completed and priority-changed messages, 0 in every other case. C linkage: the bus calls
-// it.
+// Logs the record's arrival and runs the handler for its ID. Returns the handler's result, 0 for an
+// ID without one. C linkage: the bus calls it.
 extern "C" int uplinkd_handler_msg(const uplinkd_msg_t *message);

@@ -1,7 +1,10 @@
 #include "core/log_forms.h"
 
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <ctime>
+#include <poll.h>
 #include <unistd.h>
 
 #include "core/text.h"
@@ -10,14 +13,44 @@ int uplinkd_debug_mode = 0;
 
 // The longest console text; whatever exceeds it is cut.
 static constexpr int CONSOLE_TEXT_SIZE = 1024;
+// How long a console may be unready, for example stopped with Ctrl-S, before lines are dropped.
+static constexpr int CONSOLE_PATIENCE_MS = 100;
+
+static bool console_is_ready() {
+    pollfd console = {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    return poll(&console, 1, CONSOLE_PATIENCE_MS) == 1;
+}
+
+// Writes without being ended by a pipe whose reader has gone. (Ignoring SIGPIPE for good would be
+// inherited by every client that is started.)
+static void write_without_sigpipe(const char *data, size_t length) {
+    sigset_t sigpipe, previous;
+    sigemptyset(&sigpipe);
+    sigaddset(&sigpipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &sigpipe, &previous);
+    if (write(STDOUT_FILENO, data, length) < 0) {
+        const timespec at_once = {};
+        sigtimedwait(&sigpipe, nullptr, &at_once);
+    }
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+}
+
+static void hide_control_characters(char *text) {
+    for (; *text != '\0'; text++) {
+        const bool control = (*text >= 0 && *text < ' ') || *text == '\x7f';
+        if (control && *text != '\n' && *text != '\t')
+            *text = '?';
+    }
+}
 
 [[gnu::format(printf, 1, 0)]] static void console_write(const char *format, va_list args) {
     text<CONSOLE_TEXT_SIZE> line;
     int length = vsnprintf(line.data(), sizeof line.chars, format, args);
     if (length >= line.size())
         length = line.size() - 1;
-    if (length > 0 && write(STDOUT_FILENO, line.c_str(), static_cast<size_t>(length)) < 0)
-        return; // a console that is gone takes nothing, and there is nowhere to say so
+    hide_control_characters(line.data());
+    if (length > 0 && console_is_ready())
+        write_without_sigpipe(line.c_str(), static_cast<size_t>(length));
 }
 
 [[gnu::format(printf, 1, 2)]] static void console_print(const char *format, ...) {

@@ -9,7 +9,6 @@
 
 #include "core/log_forms.h"
 #include "core/startup.h"
-#include "state/notice_timer.h"
 
 static constexpr unsigned IDLE_PERIOD_SECONDS = 5;
 
@@ -18,7 +17,6 @@ int main(int argc, char **argv) {
         if (option == 'D')
             uplinkd_debug_mode = 1;
     }
-    uplinkd_notice_timer_create();
     uplinkd_init();
     for (;;) {
         sleep(IDLE_PERIOD_SECONDS);

@@ -1,34 +1,34 @@
-// A POSIX mutex that clang's thread-safety analysis understands (std::mutex needs libstdc++).
+// A POSIX mutex with default attributes that clang's thread-safety analysis understands (std::mutex
+// needs libstdc++).
 #pragma once
 
 #include <pthread.h>
 
 #if defined(__clang__)
-#define THREAD_ATTRIBUTE(x) __attribute__((x))
+#define UPLINKD_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else
-#define THREAD_ATTRIBUTE(x)
+#define UPLINKD_THREAD_ATTRIBUTE(x)
 #endif
-#define GUARDED_BY(mutex) THREAD_ATTRIBUTE(guarded_by(mutex))
-#define REQUIRES(mutex)   THREAD_ATTRIBUTE(requires_capability(mutex))
+#define UPLINKD_GUARDED_BY(mutex) UPLINKD_THREAD_ATTRIBUTE(guarded_by(mutex))
 
-class THREAD_ATTRIBUTE(capability("mutex")) uplinkd_mutex {
+class UPLINKD_THREAD_ATTRIBUTE(capability("mutex")) uplinkd_mutex {
 public:
-    void create() { pthread_mutex_init(&mutex, nullptr); }
-    void lock() THREAD_ATTRIBUTE(acquire_capability()) { pthread_mutex_lock(&mutex); }
-    void unlock() THREAD_ATTRIBUTE(release_capability()) { pthread_mutex_unlock(&mutex); }
+    void lock() UPLINKD_THREAD_ATTRIBUTE(acquire_capability()) { pthread_mutex_lock(&mutex); }
+    void unlock() UPLINKD_THREAD_ATTRIBUTE(release_capability()) { pthread_mutex_unlock(&mutex); }
 
 private:
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 };
 
 // Holds a mutex for a block.
-class THREAD_ATTRIBUTE(scoped_lockable) mutex_guard {
+class UPLINKD_THREAD_ATTRIBUTE(scoped_lockable) mutex_guard {
 public:
-    explicit mutex_guard(uplinkd_mutex &guarded) THREAD_ATTRIBUTE(acquire_capability(guarded))
+    explicit mutex_guard(uplinkd_mutex &guarded)
+        UPLINKD_THREAD_ATTRIBUTE(acquire_capability(guarded))
         : mutex(guarded) {
         mutex.lock();
     }
-    ~mutex_guard() THREAD_ATTRIBUTE(release_capability()) { mutex.unlock(); }
+    ~mutex_guard() UPLINKD_THREAD_ATTRIBUTE(release_capability()) { mutex.unlock(); }
     mutex_guard(const mutex_guard &) = delete;
     mutex_guard &operator=(const mutex_guard &) = delete;
 

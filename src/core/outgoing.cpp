@@ -8,26 +8,25 @@
 
 // Builds the record, sends it, and logs the outcome in the caller's name.
 static int send_record(int destination, int msg_id, const void *payload, int length,
-                       const char *function = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+                       const char *function = __builtin_FUNCTION()) {
+    const unsigned id = static_cast<unsigned>(msg_id);
     uplinkd_msg_t message = {};
     message.msg_id = msg_id;
     if (payload != nullptr && length > 0) {
         if (static_cast<size_t>(length) > sizeof message.payload) {
-            savelog(LOG_EVENT,
-                    "[uplinkd] %s--%d: msg (0x%x) refused: payload of %d bytes is too long",
-                    function, line, static_cast<unsigned>(msg_id), length);
+            UPLINKD_TRACE_AS(function, LOG_EVENT,
+                             "msg (0x%x) refused: payload of %d bytes is too long", id, length);
             return -1;
         }
         memcpy(message.payload, payload, static_cast<size_t>(length));
     }
 
     const int result = sockmsg_send_common_msg(destination, &message);
+    const char *receiver = get_app_name_by_id(destination);
     if (result >= 0)
-        savelog(LOG_EVENT, "[uplinkd] %s--%d: send msg (0x%x) to %s successfully", function, line,
-                static_cast<unsigned>(msg_id), get_app_name_by_id(destination));
+        UPLINKD_TRACE_AS(function, LOG_EVENT, "send msg (0x%x) to %s successfully", id, receiver);
     else
-        savelog(LOG_EVENT, "[uplinkd] %s--%d: send msg (0x%x) to %s failed!", function, line,
-                static_cast<unsigned>(msg_id), get_app_name_by_id(destination));
+        UPLINKD_TRACE_AS(function, LOG_EVENT, "send msg (0x%x) to %s failed!", id, receiver);
     return result;
 }
 
@@ -41,10 +40,11 @@ int uplinkd_send_msg2pfilterd(int msg_id, const void *payload, int length) {
 
 int uplinkd_send_async_msg(int destination, int msg_id, const void *payload, int length) {
     if (destination == APP_ID_UPLINKD) {
-        LOG_TRACE(LOG_EVENT,
-                  "send msg (0x%x) to failed: can not using sockmsg_send_common_msg() send msg to "
-                  "myself!",
-                  static_cast<unsigned>(msg_id));
+        UPLINKD_TRACE(
+            LOG_EVENT,
+            "send msg (0x%x) to failed: can not using sockmsg_send_common_msg() send msg to "
+            "myself!",
+            static_cast<unsigned>(msg_id));
         return -1;
     }
     return send_record(destination, msg_id, payload, length);

@@ -1,3 +1,6 @@
+// Runs on the main thread. The bus delivers messages from the moment of registration, also while
+// the waits last; only the first evaluation of the WAN mode shares the handlers' mutex.
+
 #include "core/startup.h"
 
 #include <unistd.h>
@@ -6,8 +9,8 @@
 #include "core/log_forms.h"
 #include "core/messages.h"
 #include "core/text.h"
+#include "core/types.h"
 #include "platform/flag_store.h"
-#include "provision/setup_completed.h"
 #include "state/wan_mode_change.h"
 
 static constexpr const char *SETTINGSD_MARKER = "/tmp/.flag_settingsd_init_finished";
@@ -21,12 +24,12 @@ static void wait_settingsd_init_finished() {
 
 int uplinkd_init() {
     init_log_params("UPLINKD");
-    LOG_TRACE(LOG_EVENT, "uplinkd_init start!");
+    UPLINKD_TRACE(LOG_EVENT, "uplinkd_init start!");
 
     if (init_sockmsg(APP_ID_UPLINKD, uplinkd_handler_msg, 0) != 0)
-        LOG_TRACE(LOG_EVENT, "init_sockmsg() error");
+        UPLINKD_TRACE(LOG_EVENT, "init_sockmsg() error");
     else
-        LOG_TRACE(LOG_EVENT, "init_sockmsg successfully");
+        UPLINKD_TRACE(LOG_EVENT, "init_sockmsg successfully");
 
     wait_settingsd_init_finished();
     uplinkd_wait_downlinkd_init_completed();
@@ -35,7 +38,7 @@ int uplinkd_init() {
         wan_mode_change_handler();
         flag_set(SUBNET_CONFLICT_FLAG, "0");
     }
-    LOG_TRACE(LOG_EVENT, "uplinkd_init finish!");
+    UPLINKD_TRACE(LOG_EVENT, "uplinkd_init finish!");
     return 0;
 }
 
@@ -44,5 +47,5 @@ void uplinkd_wait_downlinkd_init_completed() {
     do {
         sleep(POLL_SECONDS);
         flag_get_item(DOWNLINKD_FLAG, completed.data(), completed.size());
-    } while (!is_up(completed));
+    } while (!is_one(completed));
 }

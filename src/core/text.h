@@ -30,14 +30,23 @@ template <int N> text<N> item_text(int id) {
     return value;
 }
 
-// A status text counts as up when it begins with '1'.
-template <int N> bool is_up(const text<N> &status) {
+// A copy of TEXT, cut to the N - 1 characters that the buffer holds.
+template <int N> text<N> to_text(const char *source) {
+    text<N> copy;
+    for (int i = 0; i < N - 1 && source[i] != '\0'; i++)
+        copy.chars[i] = source[i];
+    return copy;
+}
+
+// A status, switch or flag counts as 1, that is up or on, when it begins with '1'.
+template <int N> bool is_one(const text<N> &status) {
     return status.chars[0] == '1';
 }
 
 // The decimal number at the start of a text, 0 where there is none, limited to what an int holds.
-inline int to_int(const char *value) {
-    const long number = std::strtol(value, nullptr, 10);
+// END, if given, receives where the number ends, or the start of the text if there is none.
+inline int to_int(const char *value, char **end = nullptr) {
+    const long number = std::strtol(value, end, 10);
     if (number > INT_MAX)
         return INT_MAX;
     if (number < INT_MIN)

@@ -20,6 +20,12 @@ constexpr bool is_wireless_mode(int wan_mode) {
 constexpr bool is_mix_mode(int wan_mode) {
     return wan_mode == WAN_MODE_MIX || wan_mode == WAN_MODE_BRIDGE_MIX;
 }
+constexpr bool is_bridge_mode(int wan_mode) {
+    return wan_mode == WAN_MODE_BRIDGE || wan_mode == WAN_MODE_BRIDGE_MIX;
+}
+constexpr bool uses_mobile(int wan_mode) {
+    return wan_mode == WAN_MODE_MOBILE || is_mix_mode(wan_mode) || is_bridge_mode(wan_mode);
+}
 
 // Which uplink a mix mode prefers, as USR_WAN_COMMUNICATION_PRIORITY_STRATEGY holds it.
 inline constexpr int PRIORITY_STRATEGY_MOBILE_FIRST = 0;
@@ -56,6 +62,9 @@ inline constexpr int MAX_RECORD_INDEX = 7;
 constexpr bool is_wan_index(int idx) {
     return idx >= 0 && idx <= MAX_WAN_INDEX;
 }
+
+// The named flag that is "1" while a WAN and a LAN subnet conflict, "0" otherwise.
+inline constexpr const char *SUBNET_CONFLICT_FLAG = "UPLINKD_DETECT_WAN_NET_SEG_INVALID";
 
 // The interfaces of the uplinks where no item names another.
 struct uplink_ifnames {
