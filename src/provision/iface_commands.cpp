@@ -10,7 +10,8 @@ int uplinkd_iface_set_addrv4(const char *ifname, const char *address, const char
     uplinkd_file_append_line(TMP_SCRIPT, "ip -4 address add %s/%s dev %s",
                              shell_word(address).c_str(), shell_word(netmask).c_str(),
                              shell_word(ifname).c_str());
-    LOG_TRACE(LOG_ROUTINE, "finish set addr(%s)/mask(%s) to iface(%s)", address, netmask, ifname);
+    UPLINKD_TRACE(LOG_ROUTINE, "finish set addr(%s)/mask(%s) to iface(%s)", address, netmask,
+                  ifname);
     return 0;
 }
 
@@ -18,12 +19,12 @@ int uplinkd_iface_clean_addrv4(const char *ifname) {
     if (ifname == nullptr)
         return -1;
     if (*ifname == '\0') {
-        LOG_TRACE(LOG_ROUTINE, "skip clean address due to empty ifname");
+        UPLINKD_TRACE(LOG_ROUTINE, "skip clean address due to empty ifname");
         return 0;
     }
     uplinkd_file_append_line(TMP_SCRIPT, "ip -4 address flush %s &>/dev/null",
                              shell_word(ifname).c_str());
-    LOG_TRACE(LOG_ROUTINE, "finish clean address on iface (%s)", ifname);
+    UPLINKD_TRACE(LOG_ROUTINE, "finish clean address on iface (%s)", ifname);
     return 0;
 }
 
@@ -31,11 +32,11 @@ int uplinkd_iface_clean_global_addrv6(const char *ifname) {
     if (ifname == nullptr)
         return -1;
     if (*ifname == '\0') {
-        LOG_TRACE(LOG_ROUTINE, "skip clean global address due to empty ifname");
+        UPLINKD_TRACE(LOG_ROUTINE, "skip clean global address due to empty ifname");
         return 0;
     }
     uplinkd_file_append_line(TMP_SCRIPT, "ip -6 address flush scope global dev %s &>/dev/null",
                              shell_word(ifname).c_str());
-    LOG_TRACE(LOG_ROUTINE, "finish clean global address on iface (%s)", ifname);
+    UPLINKD_TRACE(LOG_ROUTINE, "finish clean global address on iface (%s)", ifname);
     return 0;
 }

@@ -5,8 +5,6 @@
 
 #include "provision/setup_completed.h"
 
-#include <cstring>
-
 #include "core/ifname.h"
 #include "core/log_forms.h"
 #include "core/messages.h"
@@ -14,6 +12,7 @@
 #include "core/text.h"
 #include "core/types.h"
 #include "core/wan_mode_script.h"
+#include "platform/config_store.h"
 #include "platform/devinfo_store.h"
 #include "platform/flag_store.h"
 #include "platform/network.h"
@@ -25,34 +24,17 @@
 #include "state/uplinks.h"
 #include "state/wan_status_change.h"
 
-namespace {
-
 using ipv4_text = text<IPV4_TEXT_SIZE>;
-
-struct wan_address {
-    ipv4_text ifname; // stays empty for a static address
-    ipv4_text address, netmask;
-};
-
-} // namespace
+// The interface name stays empty for a static address.
+using wan_address = learned_address<IPV4_TEXT_SIZE>;
 
 static wan_address read_wan_address(const uplink &source, const char *ipmode) {
-    wan_address wan;
-    const bool learned =
-        strcmp(ipmode, "dhcp") == 0 || (source.may_use_ppp && strcmp(ipmode, "linkPPP") == 0);
-    if (!learned) {
-        wan.address = setting_text<IPV4_TEXT_SIZE>("USR_WAN_IPADDR_V4");
-        wan.netmask = setting_text<IPV4_TEXT_SIZE>("USR_WAN_SUBMASK_V4");
-        return wan;
-    }
-    wan.ifname = item_ifname_or<IPV4_TEXT_SIZE>(source.ifname, source.default_ifname);
-    wan.address = item_text<IPV4_TEXT_SIZE>(source.ipv4);
-    if (wan.address.empty())
-        cmd_get_ipv4_address(wan.ifname.c_str(), wan.address.data());
-    wan.netmask = item_text<IPV4_TEXT_SIZE>(source.netmask);
-    if (wan.netmask.empty())
-        cmd_get_netmask(wan.ifname.c_str(), wan.netmask.data());
-    return wan;
+    if (learns_address(source, ipmode))
+        return read_learned_address<IPV4_TEXT_SIZE>(source);
+    wan_address configured;
+    configured.ipv4 = setting_text<IPV4_TEXT_SIZE>("USR_WAN_IPADDR_V4");
+    configured.netmask = setting_text<IPV4_TEXT_SIZE>("USR_WAN_SUBMASK_V4");
+    return configured;
 }
 
 static void store_hardware_address(const char *ifname, int item) {
@@ -79,26 +61,26 @@ int uplinkd_wan_setup_completed_handler(const uplinkd_msg_t *) {
     const ipv4_text lan_addr = setting_text<IPV4_TEXT_SIZE>("USR_DHCP_LAN_IP");
     const ipv4_text lan_mask = setting_text<IPV4_TEXT_SIZE>("USR_DHCP_SUBNET_MASK");
     const text<12> ipmode = setting_text<12>("USR_WAN_IPMODE");
-    const uplink &source = is_wireless_mode(wan_mode) ? *uplink_of_mode(wan_mode) : WIRED_UPLINK;
+    const uplink *of_mode = uplink_of_mode(wan_mode);
+    const uplink &source = of_mode != nullptr ? *of_mode : WIRED_UPLINK;
     const wan_address wan = read_wan_address(source, ipmode.c_str());
     if (!wan.ifname.empty())
         store_hardware_address(wan.ifname.c_str(), source.mac);
 
     const int relation = util_get_2_network_segment_relations4(
-        lan_addr.c_str(), lan_mask.c_str(), wan.address.c_str(), wan.netmask.c_str());
-    LOG_TRACE(LOG_EVENT,
-              "\n\tlan_ipv4 ->%s, lan_netmask ->%s,\n\twan_ipv4_addr ->%s, wan_netmask ->%s\n"
-              "\trelations4 ->%d",
-              lan_addr.c_str(), lan_mask.c_str(), wan.address.c_str(), wan.netmask.c_str(),
-              relation);
+        lan_addr.c_str(), lan_mask.c_str(), wan.ipv4.c_str(), wan.netmask.c_str());
+    UPLINKD_TRACE(LOG_EVENT,
+                  "\n\tlan_ipv4 ->%s, lan_netmask ->%s,\n\twan_ipv4_addr ->%s, wan_netmask ->%s\n"
+                  "\trelations4 ->%d",
+                  lan_addr.c_str(), lan_mask.c_str(), wan.ipv4.c_str(), wan.netmask.c_str(),
+                  relation);
 
-    const bool bridged = wan_mode == WAN_MODE_BRIDGE || wan_mode == WAN_MODE_BRIDGE_MIX;
-    if (relation == SEGMENT_DISJOINT || bridged) {
+    if (relation == SEGMENT_DISJOINT || is_bridge_mode(wan_mode)) {
         announce_wan();
         return 0;
     }
     flag_set(SUBNET_CONFLICT_FLAG, "1");
-    LOG_TRACE(LOG_EVENT, "detect wan net segment invalid , reset interface");
+    UPLINKD_TRACE(LOG_EVENT, "detect wan net segment invalid , reset interface");
     run_wan_mode_script_reset();
     uplinkd_update_connstatus();
     return 0;
@@ -110,14 +92,14 @@ int uplinkd_process_setup_complete() {
         return 0;
     if (is_wired_mode(wan_mode))
         return uplinkd_process_wired_setup_completed(wan_mode);
-    LOG_TRACE(LOG_EVENT, "got invalid wan mode (%d)", wan_mode);
+    UPLINKD_TRACE(LOG_EVENT, "got invalid wan mode (%d)", wan_mode);
     return -1;
 }
 
 int uplinkd_process_wired_setup_completed(int wan_mode) {
     const int last_idx = uplinkd_cfg_get_wired_sub_port_num();
     if (!is_wan_index(last_idx)) {
-        LOG_TRACE(LOG_EVENT, "got invalid mwan num (%d)", last_idx);
+        UPLINKD_TRACE(LOG_EVENT, "got invalid mwan num (%d)", last_idx);
         return -1;
     }
     bool conflict = false;
@@ -130,22 +112,22 @@ int uplinkd_process_wired_setup_completed(int wan_mode) {
         const text<32> addr = item_text<32>(set.ipv4_addr_id);
         const text<32> mask = item_text<32>(set.ipv4_netmask_id);
         if (addr.empty() || mask.empty()) {
-            LOG_TRACE(LOG_EVENT, "got invalid wan addr or wan mask, di_addr:(%d), di_mask:(%d)",
-                      set.ipv4_addr_id, set.ipv4_netmask_id);
+            UPLINKD_TRACE(LOG_EVENT, "got invalid wan addr or wan mask, di_addr:(%d), di_mask:(%d)",
+                          set.ipv4_addr_id, set.ipv4_netmask_id);
             continue;
         }
-        LOG_TRACE(LOG_ROUTINE, "wan idx:(%d), got addr:(%s), mask:(%s)", idx, addr.c_str(),
-                  mask.c_str());
+        UPLINKD_TRACE(LOG_ROUTINE, "wan idx:(%d), got addr:(%s), mask:(%s)", idx, addr.c_str(),
+                      mask.c_str());
         conflict = uplinkd_process_is_addrv4_conflict_with_lan(addr.c_str(), mask.c_str()) != 0 ||
                    uplinkd_process_is_addrv4_conflict_with_v_lan(addr.c_str(), mask.c_str()) != 0;
     }
     if (!conflict) {
-        LOG_TRACE(LOG_ROUTINE, "ipv4 wan net segment has no conflict with lan");
+        UPLINKD_TRACE(LOG_ROUTINE, "ipv4 wan net segment has no conflict with lan");
         announce_wan();
         return 0;
     }
     flag_set(SUBNET_CONFLICT_FLAG, "1");
-    LOG_TRACE(LOG_EVENT, "detect wan net segment invalid , reset interface");
+    UPLINKD_TRACE(LOG_EVENT, "detect wan net segment invalid , reset interface");
     uplinkd_process_wired_down(wan_mode);
     uplinkd_update_connstatus();
     return 0;

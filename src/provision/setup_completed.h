@@ -3,9 +3,6 @@
 
 #include "platform/bus.h"
 
-// The named flag that is "1" while a WAN and a LAN subnet conflict, "0" otherwise.
-inline constexpr const char *SUBNET_CONFLICT_FLAG = "UPLINKD_DETECT_WAN_NET_SEG_INVALID";
-
 // The record is not read. Returns 0.
 int uplinkd_wan_setup_completed_handler(const uplinkd_msg_t *message);
 

@@ -1,11 +1,11 @@
 #include "provision/subnet_conflict.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 
 #include "core/log_forms.h"
+#include "core/setting_key.h"
 #include "core/text.h"
 #include "platform/network.h"
 
@@ -15,12 +15,33 @@ static constexpr size_t GROUP_DIGITS = 8; // one 32-bit word
 
 namespace {
 
-using key_text = text<32>;
-
 struct subnet {
     text<2> server_switch;
     text<32> address, netmask;
 };
+
+// What differs between the two sides, log texts included.
+struct side {
+    int first_bit;
+    const char *switch_key, *address_key, *netmask_key;
+    setting_key (*key_of)(const char *key, int idx); // only VLAN keys carry the index 0
+    const char *progress_prefix, *conflict_prefix;
+};
+
+constexpr side LAN = {.first_bit = 0,
+                      .switch_key = "USR_DHCP_SERVER_SW",
+                      .address_key = "USR_DHCP_LAN_IP",
+                      .netmask_key = "USR_DHCP_SUBNET_MASK",
+                      .key_of = key_of_index,
+                      .progress_prefix = "",
+                      .conflict_prefix = ""};
+constexpr side VLAN = {.first_bit = 16,
+                       .switch_key = "SYS_VLAN_DHCP_SERVER_SW",
+                       .address_key = "SYS_VLAN_DHCP_IP",
+                       .netmask_key = "SYS_VLAN_DHCP_SUBNET_MASK",
+                       .key_of = always_indexed_key,
+                       .progress_prefix = "v ",
+                       .conflict_prefix = "v"};
 
 } // namespace
 
@@ -32,69 +53,38 @@ static uint32_t enabled_subnets() {
     return lowest;
 }
 
-static key_text indexed_key(const char *key, int idx) {
-    key_text indexed;
-    snprintf(indexed.data(), sizeof indexed.chars, "%s_%d", key, idx);
-    return indexed;
+static subnet read_subnet(const side &side, int idx) {
+    return {setting_text<2>(side.key_of(side.switch_key, idx).c_str()),
+            setting_text<32>(side.key_of(side.address_key, idx).c_str()),
+            setting_text<32>(side.key_of(side.netmask_key, idx).c_str())};
 }
 
-// Only VLAN keys carry the index 0.
-static subnet read_lan(int idx) {
-    if (idx == 0)
-        return {setting_text<2>("USR_DHCP_SERVER_SW"), setting_text<32>("USR_DHCP_LAN_IP"),
-                setting_text<32>("USR_DHCP_SUBNET_MASK")};
-    return {setting_text<2>(indexed_key("USR_DHCP_SERVER_SW", idx).c_str()),
-            setting_text<32>(indexed_key("USR_DHCP_LAN_IP", idx).c_str()),
-            setting_text<32>(indexed_key("USR_DHCP_SUBNET_MASK", idx).c_str())};
-}
-
-static subnet read_vlan(int idx) {
-    return {setting_text<2>(indexed_key("SYS_VLAN_DHCP_SERVER_SW", idx).c_str()),
-            setting_text<32>(indexed_key("SYS_VLAN_DHCP_IP", idx).c_str()),
-            setting_text<32>(indexed_key("SYS_VLAN_DHCP_SUBNET_MASK", idx).c_str())};
-}
-
-namespace {
-
-// What differs between the two sides, log texts included.
-struct side {
-    int first_bit;
-    subnet (*read)(int idx);
-    const char *progress_prefix, *conflict_prefix;
-};
-
-constexpr side LAN = {0, read_lan, "", ""};
-constexpr side VLAN = {16, read_vlan, "v ", "v"};
-
-} // namespace
-
-// Logs in the caller's name.
+// The search both checks share; logs in their name.
 static int find_conflict(const side &side, const char *wan_addr, const char *wan_mask,
-                         const char *function = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+                         const char *function = __builtin_FUNCTION()) {
     if (wan_addr == nullptr || wan_mask == nullptr)
         return -1;
     const uint32_t enabled = enabled_subnets() >> side.first_bit;
     for (int idx = 0; idx < SUBNETS_PER_SIDE; idx++) {
-        if ((enabled >> idx & 1) == 0)
+        if (((enabled >> idx) & 1) == 0)
             continue;
-        const subnet lan = side.read(idx);
+        const subnet lan = read_subnet(side, idx);
         if (lan.address.empty() || lan.netmask.empty()) {
-            savelog(LOG_EVENT, "[uplinkd] %s--%d: got invalid lan addr or lan mask", function,
-                    line);
+            UPLINKD_TRACE_AS(function, LOG_EVENT, "got invalid lan addr or lan mask");
             continue;
         }
-        savelog(LOG_ROUTINE, "[uplinkd] %s--%d: %slan idx:(%d), got addr:(%s), mask:(%s)", function,
-                line, side.progress_prefix, idx, lan.address.c_str(), lan.netmask.c_str());
-        if (!is_up(lan.server_switch))
+        UPLINKD_TRACE_AS(function, LOG_ROUTINE, "%slan idx:(%d), got addr:(%s), mask:(%s)",
+                         side.progress_prefix, idx, lan.address.c_str(), lan.netmask.c_str());
+        if (!is_one(lan.server_switch))
             continue;
         if (util_get_2_network_segment_relations4(lan.address.c_str(), lan.netmask.c_str(),
                                                   wan_addr, wan_mask) != SEGMENT_DISJOINT) {
-            savelog(LOG_EVENT,
-                    "[uplinkd] %s--%d: detect net segment v4 conflict!!!\n"
-                    "%slan idx:(%d), addrv4:(%s), lan_netmask:(%s)\n"
-                    "wan_addrv4:(%s), wan_maskv4:(%s)",
-                    function, line, side.conflict_prefix, idx, lan.address.c_str(),
-                    lan.netmask.c_str(), wan_addr, wan_mask);
+            UPLINKD_TRACE_AS(function, LOG_EVENT,
+                             "detect net segment v4 conflict!!!\n"
+                             "%slan idx:(%d), addrv4:(%s), lan_netmask:(%s)\n"
+                             "wan_addrv4:(%s), wan_maskv4:(%s)",
+                             side.conflict_prefix, idx, lan.address.c_str(), lan.netmask.c_str(),
+                             wan_addr, wan_mask);
             return 1;
         }
     }

@@ -49,7 +49,7 @@ int uplinkd_cfg_get_di_wired_by_idx(wan_di_set *set, int idx) {
     if (set == nullptr)
         return -1;
     if (idx < 0 || idx > MAX_RECORD_INDEX) {
-        LOG_TRACE(LOG_EVENT, "got invalid wan idx (%d)", idx);
+        UPLINKD_TRACE(LOG_EVENT, "got invalid wan idx (%d)", idx);
         return -1;
     }
     *set = wired_record(idx);
@@ -73,8 +73,8 @@ int uplinkd_cfg_clean_iface_wan_di(const wan_iface_ids *ids) {
         return -1;
     set_devinfo_value_by_id(ids->iface_type_id, "", 1);
     set_devinfo_value_by_id(ids->netstatus_id, "0", 1);
-    LOG_TRACE(LOG_ROUTINE, "about to clean iface type(%d), netstatus(%d)", ids->iface_type_id,
-              ids->netstatus_id);
+    UPLINKD_TRACE(LOG_ROUTINE, "about to clean iface type(%d), netstatus(%d)", ids->iface_type_id,
+                  ids->netstatus_id);
     return 0;
 }
 
@@ -85,7 +85,7 @@ int uplinkd_cfg_clean_ipv4_wan_di(const wan_ipv4_ids *ids) {
                               ids->ipv4_dns1_id, ids->ipv4_dns2_id}) {
         if (id == 0)
             continue;
-        LOG_TRACE(LOG_ROUTINE, "about to clean v4 di(%d)", id);
+        UPLINKD_TRACE(LOG_ROUTINE, "about to clean v4 di(%d)", id);
         set_devinfo_value_by_id(id, "", 1);
     }
     return 0;
@@ -98,7 +98,7 @@ int uplinkd_cfg_clean_ipv6_wan_di(const wan_ipv6_ids *ids) {
          {ids->ipv6_addr_id, ids->ipv6_dns1_id, ids->ipv6_dns2_id, ids->ipv6_gateway_id}) {
         if (id == 0)
             continue;
-        LOG_TRACE(LOG_ROUTINE, "about to clean v6 di(%d)", id);
+        UPLINKD_TRACE(LOG_ROUTINE, "about to clean v6 di(%d)", id);
         set_devinfo_value_by_id(id, "", 1);
     }
     return 0;

@@ -27,7 +27,8 @@ struct wan_ipv6_ids {
     uint32_t ipv6_gateway_id;
 };
 
-// Twelve item IDs; 0 where the WAN has no such item.
+// Twelve item IDs; 0 where the WAN has no such item. A pointer to the record serves as a pointer to
+// any of its groups.
 struct wan_di_set : wan_iface_ids, wan_ipv4_ids, wan_ipv6_ids {};
 static_assert(sizeof(wan_di_set) == 12 * sizeof(uint32_t));
 

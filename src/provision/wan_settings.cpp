@@ -1,9 +1,9 @@
 #include "provision/wan_settings.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "core/log_forms.h"
+#include "core/setting_key.h"
 #include "core/text.h"
 #include "core/types.h"
 
@@ -13,7 +13,6 @@ static constexpr int MRU_NOT_SET = 0;
 
 namespace {
 
-using setting_key = text<32>;
 using setting_value = text<32>;
 
 struct named_value {
@@ -33,16 +32,6 @@ constexpr int IPV6_MODES[] = {IPMODE_NONE,  IPMODE_STATEFUL, IPMODE_STATELESS,
 
 } // namespace
 
-// The bare key for index 0, the key with the index appended otherwise.
-static setting_key key_of_index(const char *key, int idx) {
-    setting_key result;
-    if (idx == 0)
-        snprintf(result.data(), sizeof result.chars, "%s", key);
-    else
-        snprintf(result.data(), sizeof result.chars, "%s_%d", key, idx);
-    return result;
-}
-
 static setting_value lower_case_setting(const char *key, int idx) {
     setting_value value = setting_text<32>(key_of_index(key, idx).c_str());
     uplinkd_util_str_tolower(value.data(), value.size());
@@ -60,13 +49,13 @@ static int value_of_name(const named_value (&table)[N], const char *name, int fa
 
 int uplinkd_cfg_get_wired_ipversion_by_idx(int idx) {
     const setting_value version = lower_case_setting("USR_WAN_IPVERSION", idx);
-    LOG_TRACE(LOG_ROUTINE, "got ipversion  (%s) from cfg by idx (%d)", version.c_str(), idx);
+    UPLINKD_TRACE(LOG_ROUTINE, "got ipversion  (%s) from cfg by idx (%d)", version.c_str(), idx);
     return value_of_name(IP_VERSIONS, version.c_str(), IPVER_NONE);
 }
 
 int uplinkd_cfg_get_wired_ipmode_v4_by_idx(int idx) {
     const setting_value mode = lower_case_setting("USR_WAN_IPMODE", idx);
-    LOG_TRACE(LOG_ROUTINE, "got ipmode v4 (%s) from cfg  by idx (%d)", mode.c_str(), idx);
+    UPLINKD_TRACE(LOG_ROUTINE, "got ipmode v4 (%s) from cfg  by idx (%d)", mode.c_str(), idx);
     return value_of_name(IPV4_MODES, mode.c_str(), IPMODE_NONE);
 }
 
@@ -86,20 +75,18 @@ int uplinkd_cfg_get_wired_sub_port_num() {
 }
 
 // These two keys carry the index for every index.
-static int indexed_int(const char *key, int idx) {
+static int int_of_wan_index(const char *key, int idx) {
     if (!is_wan_index(idx))
         return 0;
-    setting_key indexed;
-    snprintf(indexed.data(), sizeof indexed.chars, "%s_%d", key, idx);
-    return get_CFG_int(indexed.c_str());
+    return get_CFG_int(always_indexed_key(key, idx).c_str());
 }
 
 int uplinkd_cfg_get_wired_sw_by_idx(int idx) {
-    return indexed_int("USR_WIRED_WAN_SW", idx);
+    return int_of_wan_index("USR_WIRED_WAN_SW", idx);
 }
 
 int uplinkd_cfg_get_wired_vlan_id_by_idx(int idx) {
-    return indexed_int("USR_WIRED_WAN_VLAN_ID", idx);
+    return int_of_wan_index("USR_WIRED_WAN_VLAN_ID", idx);
 }
 
 int uplinkd_cfg_get_ppp_user_and_pwd_by_idx(char *user, int user_size, char *pwd, int pwd_size,
@@ -107,7 +94,7 @@ int uplinkd_cfg_get_ppp_user_and_pwd_by_idx(char *user, int user_size, char *pwd
     if (user == nullptr || pwd == nullptr)
         return -1;
     if (!is_wan_index(idx)) {
-        LOG_TRACE(LOG_REJECTED, "got invalid wan idx(%d)", idx);
+        UPLINKD_TRACE(LOG_REJECTED, "got invalid wan idx(%d)", idx);
         return -1;
     }
     cfg_get_item(key_of_index("USR_WAN_PPPOE_USERNAME", idx).c_str(), user, user_size);
@@ -117,25 +104,25 @@ int uplinkd_cfg_get_ppp_user_and_pwd_by_idx(char *user, int user_size, char *pwd
 
 int uplinkd_cfg_get_ppp_mtu_by_idx(int idx) {
     if (!is_wan_index(idx)) {
-        LOG_TRACE(LOG_REJECTED, "got invalid wan idx(%d), use default(%d)", idx, DEFAULT_MTU);
+        UPLINKD_TRACE(LOG_REJECTED, "got invalid wan idx(%d), use default(%d)", idx, DEFAULT_MTU);
         return DEFAULT_MTU;
     }
     const int mtu = get_CFG_int(key_of_index("USR_WAN_MTU", idx).c_str());
     if (mtu > 0)
         return mtu;
-    LOG_TRACE(LOG_REJECTED, "got invalid mtu, using default(%d)", DEFAULT_MTU);
+    UPLINKD_TRACE(LOG_REJECTED, "got invalid mtu, using default(%d)", DEFAULT_MTU);
     return DEFAULT_MTU;
 }
 
 int uplinkd_cfg_get_ppp_mru_by_idx(int idx) {
     if (!is_wan_index(idx)) {
-        LOG_TRACE(LOG_REJECTED, "got invalid wan idx(%d), return with (%d)", idx, MRU_NOT_SET);
+        UPLINKD_TRACE(LOG_REJECTED, "got invalid wan idx(%d), return with (%d)", idx, MRU_NOT_SET);
         return MRU_NOT_SET;
     }
     const int mru = get_CFG_int(key_of_index("USR_WAN_MRU", idx).c_str());
     if (mru > 0)
         return mru;
-    LOG_TRACE(LOG_REJECTED, "got invalid mru, return with (%d)", MRU_NOT_SET);
+    UPLINKD_TRACE(LOG_REJECTED, "got invalid mru, return with (%d)", MRU_NOT_SET);
     return MRU_NOT_SET;
 }
 

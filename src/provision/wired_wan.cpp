@@ -39,7 +39,7 @@ int uplinkd_process_wired_up(int) {
 
     const int last_idx = uplinkd_cfg_get_wired_sub_port_num();
     if (!is_wan_index(last_idx)) {
-        LOG_TRACE(LOG_EVENT, "got invalid mwan num (%d)", last_idx);
+        UPLINKD_TRACE(LOG_EVENT, "got invalid mwan num (%d)", last_idx);
         return -1;
     }
     uplinkd_dhcpc_kill_clients();
@@ -48,12 +48,12 @@ int uplinkd_process_wired_up(int) {
     for (int idx = 0; idx <= last_idx; idx++) {
         remove_pid_files(idx);
         if (is_switched_off(idx)) {
-            LOG_TRACE(LOG_ROUTINE, "skip idx (%d) due to mwan switch disabled", idx);
+            UPLINKD_TRACE(LOG_ROUTINE, "skip idx (%d) due to mwan switch disabled", idx);
             continue;
         }
         const int vlan_id = uplinkd_cfg_get_wired_vlan_id_by_idx(idx);
         if (!is_vlan_id_of_index(vlan_id, idx)) {
-            LOG_TRACE(LOG_ROUTINE, "skip idx (%d) due to vid (%d) invalid", idx, vlan_id);
+            UPLINKD_TRACE(LOG_ROUTINE, "skip idx (%d) due to vid (%d) invalid", idx, vlan_id);
             continue;
         }
         wan_di_set set;
@@ -61,7 +61,7 @@ int uplinkd_process_wired_up(int) {
             continue;
         const text<32> ifname = item_ifname<32>(set.ifname_id);
         if (ifname.empty()) {
-            LOG_TRACE(LOG_ROUTINE, "got invalid vifname from di");
+            UPLINKD_TRACE(LOG_ROUTINE, "got invalid vifname from di");
             continue;
         }
         set_devinfo_value_by_id(set.netstatus_id, "1", 1);
@@ -75,18 +75,18 @@ int uplinkd_process_wired_up(int) {
         const int ip_version = uplinkd_cfg_get_wired_ipversion_by_idx(idx);
         if ((ip_version & IPVER_V4) != 0) {
             uplinkd_dhcpcv4_start_on_iface(ifname.c_str(), idx, ipmode_v4, &set);
-            LOG_TRACE(LOG_ROUTINE, "setup--idx:(%d), ifname:(%s), ipmode:(%d), ip_ver:(v4)", idx,
-                      ifname.c_str(), ipmode_v4);
+            UPLINKD_TRACE(LOG_ROUTINE, "setup--idx:(%d), ifname:(%s), ipmode:(%d), ip_ver:(v4)",
+                          idx, ifname.c_str(), ipmode_v4);
         }
         if ((ip_version & IPVER_V6) != 0) {
             const int ipmode_v6 = uplinkd_cfg_get_wired_ipmode_v6_by_idx(idx);
             uplinkd_dhcpcv6_start_on_iface(ifname.c_str(), idx, ipmode_v6, &set);
-            LOG_TRACE(LOG_ROUTINE, "setup--idx:(%d), ifname:(%s), ipmode:(%d), ip_ver:(v6)", idx,
-                      ifname.c_str(), ipmode_v6);
+            UPLINKD_TRACE(LOG_ROUTINE, "setup--idx:(%d), ifname:(%s), ipmode:(%d), ip_ver:(v6)",
+                          idx, ifname.c_str(), ipmode_v6);
         }
     }
     uplinkd_script_execute(TMP_SCRIPT, __func__);
-    LOG_TRACE(LOG_ROUTINE, "finish process wired up");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish process wired up");
     return 0;
 }
 
@@ -98,7 +98,7 @@ int uplinkd_process_wired_down(int wan_mode) {
 
     const int last_idx = uplinkd_cfg_get_wired_sub_port_num();
     if (!is_wan_index(last_idx)) {
-        LOG_TRACE(LOG_EVENT, "got invalid mwan num (%d)", last_idx);
+        UPLINKD_TRACE(LOG_EVENT, "got invalid mwan num (%d)", last_idx);
         return -1;
     }
     const bool keeps_addresses = wan_mode == WAN_MODE_BRIDGE_MIX;
@@ -115,7 +115,7 @@ int uplinkd_process_wired_down(int wan_mode) {
         else
             uplinkd_cfg_clean_wan_di(&set);
         if (ifname.empty()) {
-            LOG_TRACE(LOG_ROUTINE, "got empty ifname at mwan idx:(%d)", idx);
+            UPLINKD_TRACE(LOG_ROUTINE, "got empty ifname at mwan idx:(%d)", idx);
             continue;
         }
         if (!keeps_addresses)
@@ -123,6 +123,6 @@ int uplinkd_process_wired_down(int wan_mode) {
         uplinkd_iface_clean_global_addrv6(ifname.c_str());
     }
     uplinkd_script_execute(TMP_SCRIPT, __func__);
-    LOG_TRACE(LOG_ROUTINE, "finish process wired down");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish process wired down");
     return 0;
 }

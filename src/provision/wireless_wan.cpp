@@ -3,6 +3,8 @@
 
 #include "provision/wireless_wan.h"
 
+#include <cstring>
+
 #include "clients/client_files.h"
 #include "clients/dhcpv4.h"
 #include "clients/dhcpv6.h"
@@ -27,10 +29,11 @@ int uplinkd_process_wlan_up(int wan_mode) {
     if (uplinkd_cfg_get_di_wlan_by_mode(&set, wan_mode) != 0)
         return -1;
     set_devinfo_value_by_id(set.netstatus_id, "1", 1);
-    set_devinfo_value_by_id(set.iface_type_id, uplink_of_mode(wan_mode)->iface_type, 6);
+    const char *iface_type = uplink_of_mode(wan_mode)->iface_type;
+    set_devinfo_value_by_id(set.iface_type_id, iface_type, static_cast<int>(strlen(iface_type)));
     const text<32> ifname = item_ifname<32>(set.ifname_id);
     if (ifname.empty()) {
-        LOG_TRACE(LOG_EVENT, "got invalid ifname");
+        UPLINKD_TRACE(LOG_EVENT, "got invalid ifname");
         return -1;
     }
     const int ip_version = uplinkd_cfg_get_wired_ipversion_by_idx(BAND_INDEX);
@@ -41,7 +44,7 @@ int uplinkd_process_wlan_up(int wan_mode) {
         uplinkd_dhcpcv6_start_on_iface(ifname.c_str(), BAND_INDEX,
                                        uplinkd_cfg_get_wired_ipmode_v6_by_idx(BAND_INDEX), &set);
     uplinkd_script_execute(TMP_SCRIPT, __func__);
-    LOG_TRACE(LOG_ROUTINE, "finish process wlan up");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish process wlan up");
     return 0;
 }
 
@@ -60,6 +63,6 @@ int uplinkd_process_wlan_down(int wan_mode) {
     }
     uplinkd_cfg_clean_wan_di(&set);
     uplinkd_script_execute(TMP_SCRIPT, __func__);
-    LOG_TRACE(LOG_ROUTINE, "finish process wlan down");
+    UPLINKD_TRACE(LOG_ROUTINE, "finish process wlan down");
     return 0;
 }

@@ -1,4 +1,5 @@
-// Which uplink carries the router's traffic: a pure function from what is known to a decision.
+// The arbitration, as a pure function from what is known to a decision: a ladder of rules, of which
+// the first that applies decides.
 #pragma once
 
 #include <array>
@@ -11,7 +12,7 @@ struct arbitration_inputs {
     int strategy;
     bool mobile_up;        // the mobile network is available
     bool mobile_connected; // and connected at the IP level
-    bool wan_up;           // the wired WAN has link
+    bool wan_up;           // the wired WAN has been brought up
     bool wan_connected;    // and is connected at the IP level
 };
 
@@ -37,12 +38,12 @@ inline constexpr std::array ARBITRATION_RULE_TEXT = {
     "the WAN mode is invalid",
     "mobile first, but the mobile network is down",
     "mobile first, and the mobile network is connected",
-    "mobile first, not connected yet, but the WAN is down",
-    "mobile first, but only the WAN may be connected",
+    "mobile first, not connected, but the WAN is down too",
+    "mobile first, but it is not connected and the WAN is up",
     "WAN first, but the WAN is down",
     "WAN first, and the WAN is connected",
-    "WAN first, not connected yet, but the mobile network is down",
-    "WAN first, but only the mobile network may be connected",
+    "WAN first, not connected, but the mobile network is down too",
+    "WAN first, but it is not connected and the mobile network is up",
     "the priority strategy is invalid",
 };
 static_assert(ARBITRATION_RULE_TEXT.size() ==

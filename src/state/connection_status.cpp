@@ -8,6 +8,7 @@
 #include "core/ifname.h"
 #include "core/text.h"
 #include "core/types.h"
+#include "platform/config_store.h"
 #include "platform/devinfo_store.h"
 #include "platform/network.h"
 #include "state/items.h"
@@ -25,27 +26,17 @@ struct mobile_parameters {
 
 struct wan_parameters {
     text<2> netstatus;
-    text<16> ifname;
     text<IPV4_TEXT_SIZE> ipv4, netmask, gateway;
     text<30> dns1, dns2;
 };
 
 } // namespace
 
-static bool uses_mobile(int wan_mode) {
-    return wan_mode == WAN_MODE_MOBILE || wan_mode == WAN_MODE_MIX || wan_mode == WAN_MODE_BRIDGE ||
-           wan_mode == WAN_MODE_BRIDGE_MIX;
-}
-
-static bool equals(const char *a, const char *b) {
-    return strcmp(a, b) == 0;
-}
-
 static mobile_parameters gather_mobile(const char *pdp_type) {
     mobile_parameters mobile;
     mobile.netstatus = item_text<2>(DI_IFA_MOBILE_NETSTATUS);
     mobile.ifname = item_ifname_or<16>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_IFNAME.mobile);
-    if (equals(pdp_type, "IPV6") || equals(pdp_type, "IPV4V6"))
+    if (strcmp(pdp_type, "IPV6") == 0 || strcmp(pdp_type, "IPV4V6") == 0)
         mobile.ipv6 = item_text<64>(DI_IFA_MOBILE_IPV6_IP);
     mobile.ipv4 = item_text<IPV4_TEXT_SIZE>(DI_IFA_MOBILE_IP);
     if (mobile.ipv4.empty())
@@ -56,13 +47,9 @@ static mobile_parameters gather_mobile(const char *pdp_type) {
 }
 
 static void gather_wan_from_items(const uplink &source, wan_parameters &wan) {
-    wan.ifname = item_ifname_or<16>(source.ifname, source.default_ifname);
-    wan.ipv4 = item_text<IPV4_TEXT_SIZE>(source.ipv4);
-    if (wan.ipv4.empty())
-        cmd_get_ipv4_address(wan.ifname.c_str(), wan.ipv4.data());
-    wan.netmask = item_text<IPV4_TEXT_SIZE>(source.netmask);
-    if (wan.netmask.empty())
-        cmd_get_netmask(wan.ifname.c_str(), wan.netmask.data());
+    const learned_address<16> learned = read_learned_address<16>(source);
+    wan.ipv4 = learned.ipv4;
+    wan.netmask = learned.netmask;
     wan.gateway = item_text<IPV4_TEXT_SIZE>(source.gateway);
     wan.dns1 = item_text<30>(source.dns1);
     wan.dns2 = item_text<30>(source.dns2);
@@ -77,12 +64,12 @@ static void gather_wan_from_settings(wan_parameters &wan) {
 }
 
 static bool is_connected(const mobile_parameters &mobile) {
-    return is_up(mobile.netstatus) && !(mobile.ipv4.empty() && mobile.ipv6.empty()) &&
+    return is_one(mobile.netstatus) && !(mobile.ipv4.empty() && mobile.ipv6.empty()) &&
            !(mobile.dns1.empty() && mobile.dns2.empty());
 }
 
 static bool is_connected(const wan_parameters &wan) {
-    return is_up(wan.netstatus) && !wan.ipv4.empty() && !wan.netmask.empty() &&
+    return is_one(wan.netstatus) && !wan.ipv4.empty() && !wan.netmask.empty() &&
            !wan.gateway.empty() && !(wan.dns1.empty() && wan.dns2.empty());
 }
 
@@ -103,16 +90,14 @@ int uplinkd_update_connstatus() {
     if (uses_mobile(wan_mode))
         mobile = gather_mobile(pdp_type.c_str());
     if (source != nullptr) {
-        if (equals(ipmode.c_str(), "dhcp") ||
-            (source->may_use_ppp && equals(ipmode.c_str(), "linkPPP")))
+        if (learns_address(*source, ipmode.c_str()))
             gather_wan_from_items(*source, wan);
         else
             gather_wan_from_settings(wan);
     }
 
     set_devinfo_value_by_id(DI_IFA_MOBILE_CONNSTATUS, is_connected(mobile) ? "1" : "0", 1);
-    set_devinfo_value_by_id(is_wireless_mode(wan_mode) ? DI_IFA_WLAN_WAN_CONNSTATUS
-                                                       : DI_IFA_WIRED_WAN_CONNSTATUS,
+    set_devinfo_value_by_id(source != nullptr ? source->connstatus : WIRED_UPLINK.connstatus,
                             is_connected(wan) ? "1" : "0", 1);
     return 0;
 }

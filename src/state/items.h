@@ -12,6 +12,7 @@ inline constexpr int DI_PORT_STATUS_LIST = 200001;       // "%d,...", eight swit
 inline constexpr int DI_WAN_PORT_INDEX = 230002;         // which of them is the WAN port, 0 to 7
 inline constexpr int DI_IFA_WLAN24_LINK_STATUS = 201217; // a number, 4 = linked
 inline constexpr int DI_IFA_WLAN58_LINK_STATUS = 201218;
+inline constexpr int WLAN_LINKED = 4;
 
 // The mobile network. Written by the router.
 inline constexpr int DI_IFA_MOBILE_NETSTATUS = 201001;

@@ -16,11 +16,12 @@
 #include "core/outgoing.h"
 #include "core/text.h"
 #include "core/types.h"
+#include "platform/config_store.h"
 #include "state/items.h"
 
 uplinkd_mutex uplinkd_notice_mutex;
 int uplinkd_notice_countdown = 0;
-static bool thread_running GUARDED_BY(uplinkd_notice_mutex) = false;
+static bool thread_running UPLINKD_GUARDED_BY(uplinkd_notice_mutex) = false;
 
 static constexpr int DEFAULT_DELAY_MINUTES = 5;
 static constexpr int MAX_DELAY_MINUTES = 60;
@@ -33,28 +34,22 @@ static int delay_seconds() {
     return minutes * SECONDS_PER_MINUTE;
 }
 
-void uplinkd_notice_timer_create() {
-    uplinkd_notice_mutex.create();
-    const mutex_guard guard(uplinkd_notice_mutex);
-    uplinkd_notice_countdown = 0;
-}
-
 void uplinkd_notice_timer_arm() {
     const int delay = delay_seconds();
     const mutex_guard guard(uplinkd_notice_mutex);
     uplinkd_notice_countdown = delay;
     if (thread_running) {
-        LOG_DEBUG("Extended the timer count for mobile priority in mix WAN mode...");
+        UPLINKD_DEBUG("Extended the timer count for mobile priority in mix WAN mode...");
         return;
     }
     pthread_t thread;
     if (pthread_create(&thread, nullptr, timer4uis_inform, nullptr) != 0) {
         uplinkd_notice_countdown = 0;
-        LOG_DEBUG("pthread_create() error");
+        UPLINKD_DEBUG("pthread_create() error");
         return;
     }
     thread_running = true;
-    LOG_DEBUG("turn the timer on for mobile priority in mix WAN mode...");
+    UPLINKD_DEBUG("turn the timer on for mobile priority in mix WAN mode...");
 }
 
 // Takes one second off the countdown; returns what is left.
@@ -86,7 +81,7 @@ void *timer4uis_inform(void *) {
             sleep(1);
         while (count_one_second() > 0);
 
-        if (is_up(item_text<4>(DI_IFA_MOBILE_NETSTATUS)))
+        if (is_one(item_text<4>(DI_IFA_MOBILE_NETSTATUS)))
             mobile_unseen = false;
         const int priority = to_int(item_text<4>(DI_IFA_WAN_PRIORITY).c_str());
         const int wan_mode = get_CFG_int("USR_WAN_MODE");
@@ -95,26 +90,29 @@ void *timer4uis_inform(void *) {
 
         bool finished = true;
         if (!is_mix_mode(wan_mode)) {
-            LOG_DEBUG("there was already in mode (%d),  no need to send the mentions text...",
-                      wan_mode);
+            UPLINKD_DEBUG("there was already in mode (%d),  no need to send the mentions text...",
+                          wan_mode);
         } else if (priority != NETWORK_PRIORITY_MOBILE || strategy != PRIORITY_STRATEGY_WAN_FIRST) {
-            LOG_DEBUG("there was no need send message cause priority turn to (%d) and cfg_priority "
-                      "is (%d)...",
-                      priority, strategy);
+            UPLINKD_DEBUG(
+                "there was no need send message cause priority turn to (%d) and cfg_priority "
+                "is (%d)...",
+                priority, strategy);
             finished = !mobile_unseen;
         } else if (mobile_unseen) {
-            LOG_DEBUG("mobile network unavaliable in mix mode but WAN priority is(%d), wait (%d) "
-                      "sec check it again...",
-                      priority, delay);
+            UPLINKD_DEBUG(
+                "mobile network unavaliable in mix mode but WAN priority is(%d), wait (%d) "
+                "sec check it again...",
+                priority, delay);
             restart_countdown(delay);
             finished = false;
         } else {
             uplinkd_send_msg(APP_ID_TEXTMSG, TEXTMSG_MSG_ID_MIX_MODE_NOTICE, nullptr, 0);
-            LOG_DEBUG("send the text message in mix mode for priority(%d)...", priority);
-            LOG_TRACE(LOG_EVENT, "send the text message in mix mode for priority(%d)...", priority);
+            UPLINKD_DEBUG("send the text message in mix mode for priority(%d)...", priority);
+            UPLINKD_TRACE(LOG_EVENT, "send the text message in mix mode for priority(%d)...",
+                          priority);
             uplinkd_send_msg(APP_ID_UIS, UIS_MSG_ID_MIX_MODE_CALL, nullptr, 0);
-            LOG_DEBUG("send the uis call message in mix mode for priority(%d)...", priority);
-            LOG_TRACE(LOG_EVENT, "send the uis call in mix mode for priority(%d)...", priority);
+            UPLINKD_DEBUG("send the uis call message in mix mode for priority(%d)...", priority);
+            UPLINKD_TRACE(LOG_EVENT, "send the uis call in mix mode for priority(%d)...", priority);
         }
 
         if (finished) {

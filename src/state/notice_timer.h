@@ -6,10 +6,7 @@
 // Guards the countdown and whether a thread counts it down, and nothing else.
 extern uplinkd_mutex uplinkd_notice_mutex;
 // Seconds until the next check; 0 or less when none is pending.
-extern int uplinkd_notice_countdown GUARDED_BY(uplinkd_notice_mutex);
-
-// Creates the mutex and clears the countdown. Called once, before any other thread exists.
-void uplinkd_notice_timer_create();
+extern int uplinkd_notice_countdown UPLINKD_GUARDED_BY(uplinkd_notice_mutex);
 
 // Starts the countdown, or extends the one that runs. Called by the arbitration when a mix mode
 // that prefers the WAN has fallen back to the mobile network.

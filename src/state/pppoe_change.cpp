@@ -7,7 +7,9 @@
 #include "core/messages.h"
 #include "core/outgoing.h"
 #include "core/text.h"
+#include "core/types.h"
 #include "core/wan_mode_script.h"
+#include "platform/config_store.h"
 #include "platform/devinfo_store.h"
 #include "state/uplinks.h"
 #include "state/wan_status_change.h"
@@ -27,7 +29,7 @@ int uplinkd_pppoe_status_change_handler() {
     const text<12> ipmode = setting_text<12>("USR_WAN_IPMODE");
     const text<2> wired_netstatus = item_text<2>(DI_IFA_WIRED_WAN_NETSTATUS);
     const int netstatus = wired_netstatus.empty() ? -1 : to_int(wired_netstatus.c_str());
-    LOG_DEBUG("wan mode(%d) netstatus(%d)", wan_mode, netstatus);
+    UPLINKD_DEBUG("wan mode(%d) netstatus(%d)", wan_mode, netstatus);
 
     if (is_wireless_mode(wan_mode))
         clear_ipv4_items(*uplink_of_mode(wan_mode));
@@ -38,18 +40,17 @@ int uplinkd_pppoe_status_change_handler() {
     if (link_detection != 0) {
         const int result =
             uplinkd_send_async_msg(APP_ID_LINKPROBE, LINKPROBE_MSG_ID_WAN_LINK_BROKEN, nullptr, 0);
-        LOG_TRACE(LOG_EVENT, "pppoe connection is broken, inform linkprobe ret= (%d)", result);
+        UPLINKD_TRACE(LOG_EVENT, "pppoe connection is broken, inform linkprobe ret= (%d)", result);
     }
     wan_status_change_handler();
 
-    if (wan_mode == WAN_MODE_MOBILE || wan_mode == WAN_MODE_BRIDGE ||
-        wan_mode == WAN_MODE_BRIDGE_MIX) {
-        LOG_DEBUG("not need to connect pppoe");
+    if (wan_mode == WAN_MODE_MOBILE || is_bridge_mode(wan_mode)) {
+        UPLINKD_DEBUG("not need to connect pppoe");
         return 0;
     }
     if (netstatus == 1 && strcmp(ipmode.c_str(), "linkPPP") == 0 &&
         uplinkd_is_wan_mode_script_present()) {
-        LOG_TRACE(LOG_EVENT, "try to connect pppoe");
+        UPLINKD_TRACE(LOG_EVENT, "try to connect pppoe");
         run_wan_mode_script_set();
     }
     return 0;

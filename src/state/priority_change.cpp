@@ -12,7 +12,7 @@ int uplinkd_priority_change_handler(const uplinkd_msg_t *message) {
         return -1;
     const int wan_mode = get_CFG_int("USR_WAN_MODE");
     if (wan_mode != WAN_MODE_BRIDGE_MIX) {
-        LOG_TRACE(LOG_EVENT, "wan_mode(%d) is not bridge mix mode ,do nothing", wan_mode);
+        UPLINKD_TRACE(LOG_EVENT, "wan_mode(%d) is not bridge mix mode ,do nothing", wan_mode);
         return 0;
     }
     // The status now contradicts the port, so the port handler will not skip its evaluation.

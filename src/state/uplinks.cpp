@@ -4,8 +4,7 @@
 
 #include "platform/devinfo_store.h"
 
-// The sizes differ as the router's other programs know them: the interface name goes without its
-// NUL, the other two with it. What is stored is the same.
+// The lengths count the NUL but for the interface name's; what is stored is the same either way.
 void record_uplink_up(const uplink &wan) {
     set_devinfo_value_by_id(wan.netstatus, "1", 2);
     set_devinfo_value_by_id(wan.ifname, wan.default_ifname,

@@ -1,7 +1,11 @@
 // The three WAN uplinks side by side: what differs between them is here, and only here.
 #pragma once
 
+#include <cstring>
+
+#include "core/ifname.h"
 #include "core/types.h"
+#include "platform/network.h"
 #include "state/items.h"
 
 struct uplink {
@@ -64,7 +68,30 @@ constexpr const uplink *uplink_of_mode(int wan_mode) {
     return is_wired_mode(wan_mode) ? &WIRED_UPLINK : nullptr;
 }
 
-// Record an uplink as up or down in its network-status, interface-name and interface-type items,
-// where the external script and not the daemon provisions it.
+// Whether an uplink in the IPv4 mode IPMODE (the setting's text) learns its address from a server;
+// otherwise the settings hold it.
+inline bool learns_address(const uplink &wan, const char *ipmode) {
+    return strcmp(ipmode, "dhcp") == 0 || (wan.may_use_ppp && strcmp(ipmode, "linkPPP") == 0);
+}
+
+// What is known of a learned address: from the items, else from the interface itself. N is the
+// size of the buffer that the interface name is read into.
+template <int N> struct learned_address {
+    text<N> ifname;
+    text<IPV4_TEXT_SIZE> ipv4, netmask;
+};
+template <int N> learned_address<N> read_learned_address(const uplink &wan) {
+    learned_address<N> learned = {};
+    learned.ifname = item_ifname_or<N>(wan.ifname, wan.default_ifname);
+    learned.ipv4 = item_text<IPV4_TEXT_SIZE>(wan.ipv4);
+    if (learned.ipv4.empty())
+        cmd_get_ipv4_address(learned.ifname.c_str(), learned.ipv4.data());
+    learned.netmask = item_text<IPV4_TEXT_SIZE>(wan.netmask);
+    if (learned.netmask.empty())
+        cmd_get_netmask(learned.ifname.c_str(), learned.netmask.data());
+    return learned;
+}
+
+// Record an uplink as up or down in its network-status, interface-name and interface-type items.
 void record_uplink_up(const uplink &wan);
 void record_uplink_down(const uplink &wan);

@@ -1,14 +1,15 @@
-#include "state/wan_mode_change.h"
+// Leaves the mode that was handled last and enters the configured one, also when both are the same:
+// a repeated message takes the uplink down and up again.
 
-#include <cstdio>
+#include "state/wan_mode_change.h"
 
 #include "core/log_forms.h"
 #include "core/messages.h"
 #include "core/outgoing.h"
 #include "core/text.h"
+#include "core/types.h"
 #include "core/wan_mode_script.h"
 #include "platform/flag_store.h"
-#include "provision/setup_completed.h"
 #include "provision/wired_wan.h"
 #include "provision/wireless_wan.h"
 #include "state/uplinks.h"
@@ -16,7 +17,7 @@
 #include "state/wired_port_change.h"
 #include "state/wireless_link_change.h"
 
-// What the previous run saw; empty before the first.
+// What the previous run saw; empty before the first. Handlers only, under their mutex.
 static text<8> last_wan_mode;
 static text<8> last_priority_strategy;
 
@@ -44,14 +45,14 @@ int wan_mode_change_handler() {
     const text<4> wan_mode = setting_text<4>("USR_WAN_MODE");
     const text<4> strategy = setting_text<4>("USR_WAN_COMMUNICATION_PRIORITY_STRATEGY");
 
-    LOG_DEBUG("wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
-              last_wan_mode.c_str());
-    LOG_DEBUG("priority_strategy_current ->%s , priority_strategy ->%s\n", strategy.c_str(),
-              last_priority_strategy.c_str());
-    LOG_TRACE(LOG_EVENT, "wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
-              last_wan_mode.c_str());
-    LOG_TRACE(LOG_EVENT, "priority_strategy_current ->%s , priority_strategy ->%s\n",
-              strategy.c_str(), last_priority_strategy.c_str());
+    UPLINKD_DEBUG("wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
+                  last_wan_mode.c_str());
+    UPLINKD_DEBUG("priority_strategy_current ->%s , priority_strategy ->%s\n", strategy.c_str(),
+                  last_priority_strategy.c_str());
+    UPLINKD_TRACE(LOG_EVENT, "wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
+                  last_wan_mode.c_str());
+    UPLINKD_TRACE(LOG_EVENT, "priority_strategy_current ->%s , priority_strategy ->%s\n",
+                  strategy.c_str(), last_priority_strategy.c_str());
 
     flag_set(SUBNET_CONFLICT_FLAG, "0");
 
@@ -63,10 +64,10 @@ int wan_mode_change_handler() {
     else if (is_wired_mode(old_mode))
         leave_wired(old_mode);
     else if (old_mode != WAN_MODE_MOBILE && old_mode != NO_PREVIOUS_MODE)
-        LOG_TRACE(LOG_EVENT, "invalid wan_mode: %d", old_mode);
+        UPLINKD_TRACE(LOG_EVENT, "invalid wan_mode: %d", old_mode);
 
-    LOG_DEBUG("detect wan_mode from %d change to %d", old_mode, new_mode);
-    LOG_TRACE(LOG_EVENT, "detect wan_mode from %d change to %d", old_mode, new_mode);
+    UPLINKD_DEBUG("detect wan_mode from %d change to %d", old_mode, new_mode);
+    UPLINKD_TRACE(LOG_EVENT, "detect wan_mode from %d change to %d", old_mode, new_mode);
 
     if (is_wireless_mode(new_mode))
         uplinkd_wireless_status_recheck();
@@ -75,11 +76,10 @@ int wan_mode_change_handler() {
     else if (new_mode == WAN_MODE_MOBILE)
         uplinkd_send_msg2pfilterd(PFILTERD_MSG_ID_WAN_CHANGED, nullptr, 0);
     else
-        LOG_TRACE(LOG_EVENT, "invalid wan_mode: %d", new_mode);
+        UPLINKD_TRACE(LOG_EVENT, "invalid wan_mode: %d", new_mode);
 
-    snprintf(last_wan_mode.data(), sizeof last_wan_mode.chars, "%s", wan_mode.c_str());
-    snprintf(last_priority_strategy.data(), sizeof last_priority_strategy.chars, "%s",
-             strategy.c_str());
+    last_wan_mode = to_text<8>(wan_mode.c_str());
+    last_priority_strategy = to_text<8>(strategy.c_str());
     wan_status_change_handler();
     return 0;
 }

@@ -1,7 +1,9 @@
+// Compares the WAN port's link with the one seen last, and with the network status, which others
+// reset to have an unchanged link evaluated again.
+
 #include "state/wired_port_change.h"
 
 #include <array>
-#include <cstdio>
 
 #include "core/log_forms.h"
 #include "core/messages.h"
@@ -9,8 +11,8 @@
 #include "core/text.h"
 #include "core/types.h"
 #include "core/wan_mode_script.h"
+#include "platform/config_store.h"
 #include "platform/flag_store.h"
-#include "provision/setup_completed.h"
 #include "provision/wired_wan.h"
 #include "state/connection_status.h"
 #include "state/items.h"
@@ -26,7 +28,7 @@ using port_states = std::array<int, PORT_COUNT>;
 
 } // namespace
 
-// The states at the last evaluation that was not skipped.
+// The states at the last evaluation that was not skipped. Handlers only, under their mutex.
 static port_states uplinkd_wan_port_last_status = {-1, -1, -1, -1, -1, -1, -1, -1};
 
 static size_t wan_port() {
@@ -40,10 +42,19 @@ static port_states read_port_states() {
     text<32> list = item_text<32>(DI_PORT_STATUS_LIST);
     if (list.empty())
         list = {"-1,-1,-1,-1,-1,-1,-1,-1"};
-    port_states port = {};
-    sscanf(list.c_str(), "%d,%d,%d,%d,%d,%d,%d,%d", &port[0], &port[1], &port[2], &port[3],
-           &port[4], &port[5], &port[6], &port[7]);
-    return port;
+    port_states states = {};
+    const char *rest = list.c_str();
+    for (int &state : states) {
+        char *end;
+        const int number = to_int(rest, &end);
+        if (end == rest)
+            break;
+        state = number;
+        if (*end != ',')
+            break;
+        rest = end + 1;
+    }
+    return states;
 }
 
 static void bring_up(int wan_mode) {
@@ -75,11 +86,11 @@ int wan_wired_status_change_handler() {
     if (current == last && netstatus == current)
         return 0;
 
-    LOG_DEBUG("detect wan_port_status change form %d to %d", last, current);
-    LOG_DEBUG("wan_port_status_current %d , wired_netstatus %d", current, netstatus);
-    LOG_DEBUG("wan_mode_current (%d)", wan_mode);
-    LOG_TRACE(LOG_EVENT, "detect wan_port_status change form %d to %d", last, current);
-    LOG_TRACE(LOG_EVENT, "wan_port_status_current %d , wired_netstatus %d", current, netstatus);
+    UPLINKD_DEBUG("detect wan_port_status change form %d to %d", last, current);
+    UPLINKD_DEBUG("wan_port_status_current %d , wired_netstatus %d", current, netstatus);
+    UPLINKD_DEBUG("wan_mode_current (%d)", wan_mode);
+    UPLINKD_TRACE(LOG_EVENT, "detect wan_port_status change form %d to %d", last, current);
+    UPLINKD_TRACE(LOG_EVENT, "wan_port_status_current %d , wired_netstatus %d", current, netstatus);
 
     if (is_wired_mode(wan_mode)) {
         if (current == PORT_LINKED) {
@@ -88,9 +99,9 @@ int wan_wired_status_change_handler() {
             take_down(wan_mode);
             const int result = uplinkd_send_async_msg(APP_ID_LINKPROBE,
                                                       LINKPROBE_MSG_ID_WAN_LINK_BROKEN, nullptr, 0);
-            LOG_TRACE(LOG_EVENT,
-                      "wired port linkdown detected,  inform linkprobe immediately.. ret = (%d)",
-                      result);
+            UPLINKD_TRACE(
+                LOG_EVENT,
+                "wired port linkdown detected,  inform linkprobe immediately.. ret = (%d)", result);
         }
     }
     uplinkd_wan_port_last_status = states;
