@@ -113,14 +113,11 @@ int uplinkd_ppp_write_ipv6_down_script(const char *path, const wan_di_set *set, 
 int uplinkd_ppp_add_user_and_pwd_2_secret(const ppp_cfg_set *cfg) {
     if (cfg == nullptr)
         return -1;
-    if (cfg->ppp_user.empty() || cfg->ppp_pwd.empty()) {
-        UPLINKD_TRACE(LOG_REJECTED, "got empty user or pwd");
-        return -1;
-    }
+    // What no secrets file can hold counts as empty.
     const quoted_text user = secrets_word(cfg->ppp_user.c_str());
     const quoted_text pwd = secrets_word(cfg->ppp_pwd.c_str());
     if (user.empty() || pwd.empty()) {
-        UPLINKD_TRACE(LOG_REJECTED, "user or pwd refused: no secrets file can hold it");
+        UPLINKD_TRACE(LOG_REJECTED, "got empty user or pwd");
         return -1;
     }
     for (const char *secrets : {CHAP_SECRETS, PAP_SECRETS})
