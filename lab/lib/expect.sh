@@ -1,5 +1,6 @@
 # What a scenario expects. Every expectation waits until it holds, for PATIENCE seconds at most.
 PATIENCE=${PATIENCE:-20}
+CALLS=
 declare -A HEARD_LINES # how many lines of each application's record are dealt with
 
 # fail EXPECTED [SEEN]: says where the scenario stands and what the router knows, and ends it.
@@ -81,6 +82,20 @@ pids() { rt busybox pidof "$1" || :; }
 # expect_file FILE GLOB: the text of one of the router's files.
 expect_file() { expect_value "file $1" "$2" cat_quietly "$ROOT$1"; }
 cat_quietly() { cat "$1" 2>/dev/null || :; }
+
+# expect_reason GLOB: why this side has the priority, as the daemon's own tool explains it.
+expect_reason() {
+    expect_value "reason of the priority" "$1" priority_and_reason
+    why "$(priority_and_reason)"
+}
+priority_and_reason() { rt uplinkctl explain | sed -n 's/^priority *//p'; }
+
+# expect_calls CALL...: so many more of the router's WAN script, "set" or "reset" with the values of the
+# items that it was asked to note.
+expect_calls() {
+    CALLS+=$(printf '%s\n' "$@")$'\n'
+    expect_file /tmp/calls "${CALLS%$'\n'}"
+}
 
 # expect_message APP MESSAGE...: these reach the application from the daemon, in this order, as its
 # next ones. expect_broadcast: the same for one that goes to all.

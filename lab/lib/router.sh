@@ -89,10 +89,33 @@ wired_wan() {
     set_items WIRED_WAN_REAL_IFACE eth1 PORT_STATUS_LIST 0,0,0,0,0,0,0,0 WAN_PORT_INDEX 3
 }
 
-# install_script FILE: puts an executable there, from standard input.
-install_script() {
-    cat >"$ROOT$1"
-    chmod 755 "$ROOT$1"
+# install_wan_script ITEM...: the router's own WAN script, which notes each call with what these items
+# hold at that moment, and then runs the commands on standard input with "set" or "reset" as $1.
+install_wan_script() {
+    local script=$ROOT/etc/ebscript/wan_mode_setting.sh values='' name
+    for name in "$@"; do values+=" \"\$(devinfo $(item_id "$name"))\""; done
+    {
+        echo '#!/bin/sh'
+        echo "echo \"\$1:\"$values >>/tmp/calls"
+        cat
+    } >"$script"
+    chmod 755 "$script"
+}
+
+# change_wan_mode MODE: what the user's web page does.
+change_wan_mode() {
+    settings USR_WAN_MODE "$1"
+    tell WAN_MODE_CHANGE
+}
+
+# wireless_link INTERFACE STATUS [MESSAGE]: the driver's view of an AP-client, 4 for linked.
+wireless_link() {
+    local band=24 state=down
+    [ "$1" = apcli0 ] || band=58
+    [ "$2" != 4 ] || state=up
+    ip link set "far-$1" $state
+    set_items "WLAN${band}_LINK_STATUS" "$2"
+    tell "${3:-WAN_WIRELESS_MODE_CHANGE}"
 }
 
 # shared_descriptors PROGRAM PROGRAM: what both have open, /dev/null aside.

@@ -26,7 +26,8 @@ finish_timeline() {
     print_state
 }
 
-step() { echo "$EPOCHREALTIME $*" >>/run/lab/steps; }
+step() { echo "$EPOCHREALTIME step $*" >>/run/lab/steps; }
+why() { echo "$EPOCHREALTIME why $*" >>/run/lab/steps; }
 
 pause() { read -rt "$1" -u "$NEVER" || :; }
 
@@ -75,7 +76,7 @@ read_records() {
         fi
         while IFS=' ' read -r -u "${READERS[$file]}" time line; do
             case $file in
-            */steps) event "$time" step "$line" ;;
+            */steps) event "$time" "${line%% *}" "${line#* }" ;;
             */changes) change_event "$time" "$line" ;;
             */heard.*) heard_event "$time" "${file##*.}" "$line" ;;
             */uplinkd.log) log_event "$line" ;;
@@ -141,7 +142,7 @@ print_event() { # MICROSECONDS KIND TEXT
     local colour=
     if [ -t 1 ]; then
         case $2 in
-        step) colour=1 ;;
+        step | why) colour=1 ;;
         wire) colour=36 ;;
         batch) colour=33 ;;
         item) colour=32 ;;

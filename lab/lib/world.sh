@@ -29,8 +29,15 @@ ROUTER=${ROUTER% }
 ROOT=/proc/$ROUTER/root # the router's files, as seen from here
 export ROUTER ROOT
 
-# step TEXT: tells a reader of the timeline what happens to the router now.
+# step TEXT tells a reader of the timeline what happens to the router now, why TEXT the reason of what
+# the daemon did.
 step() { :; }
+why() { :; }
+
+skip() {
+    echo "$scenario: skipped: $1"
+    exit 77
+}
 
 for part in names expect router isp; do
     . "/run/lab/lib/$part.sh"
