@@ -44,7 +44,9 @@ stop_serving() {
 }
 
 # isp_network6 FAR_END stateful|stateless: 2001:db8:1::/64, announced by a router of the provider.
+# (dhclient is what asks for it on the router, see lab/router/udhcpc6.)
 isp_network6() {
+    command -v dhclient >/dev/null || skip "no dhclient here (scripts/setup installs it)"
     local range='2001:db8:1::100,2001:db8:1::1ff,64,120'
     [ "$2" = stateful ] || range='2001:db8:1::,ra-stateless,64,1800'
     stop_serving "$1"

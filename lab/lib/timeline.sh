@@ -169,7 +169,8 @@ print_state() {
     local name
     printf '\nThe router now:\n'
     for name in WIRED_WAN_REAL_IFACE WIRED_WAN_NETSTATUS WIRED_WAN_CONNSTATUS WIRED_WAN_IP \
-        WIRED_WAN_NETMASK WIRED_WAN_GATEWAY WIRED_WAN_DNS WIRED_WAN_DNS2 WAN_PRIORITY; do
+        WIRED_WAN_NETMASK WIRED_WAN_GATEWAY WIRED_WAN_DNS WIRED_WAN_DNS2 MOBILE_CONNSTATUS \
+        WAN_PRIORITY; do
         printf '  item %-22s %s\n' "$name" "$(item $name)"
     done
     printf '  %-27s %s\n' "addresses of eth1" "$(ipv4_addresses eth1)" \
