@@ -114,6 +114,15 @@ expect_records() {
 
 next_heard() { sed -n "$((${HEARD_LINES[$1]:-0} + 1))s/^[^ ]* //p" "/run/lab/heard.$1"; }
 
+# expect_setup_reports COUNT: so many more reports of a finished set-up have reached the daemon; sending
+# it is the last thing that a client script does, and one still at work when its client is stopped
+# would go on storing what it learned.
+expect_setup_reports() {
+    SETUP_REPORTS=$((${SETUP_REPORTS:-0} + $1))
+    expect_value "reports of a finished set-up" "$SETUP_REPORTS" count_setup_reports
+}
+count_setup_reports() { grep -c 'recv msg(0x5304)' "$ROOT/var/log/uplinkd/uplinkd.log" || :; }
+
 # expect_silence APP...: once the daemon has dealt with all it was told so far, the application has
 # heard no more than what was expected.
 expect_silence() {
