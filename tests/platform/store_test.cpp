@@ -1,0 +1,192 @@
+// Items, flags and settings. The world is broken here by killing writers at any moment and by
+// planting things that are no files; readers must see whole values and never wait.
+#include <climits>
+#include <csignal>
+#include <random>
+
+#include "host_test.h"
+#include "platform/config_store.h"
+#include "platform/devinfo_store.h"
+#include "platform/flag_store.h"
+#include "platform/host/settings_file.h"
+
+static std::string item(int id, int size = 64) {
+    std::string buffer(static_cast<size_t>(size), '?');
+    get_devinfo_value_by_id(id, buffer.data(), size);
+    return buffer.c_str();
+}
+
+static std::string setting(const char *key, int size = 64) {
+    std::string buffer(static_cast<size_t>(size), '?');
+    cfg_get_item(key, buffer.data(), size);
+    return buffer.c_str();
+}
+
+TEST(Items, AreCutAtTheLengthTheNulAndTheBuffer) {
+    const struct {
+        std::string given;
+        int length, size;
+        const char *read;
+    } CASES[] = {{{"0\0", 2}, 2, 2, "0"},  {"wifi2g", 6, 20, "wifi2g"},
+                 {"abcdef", 3, 20, "abc"}, {{"ab\0c", 4}, 4, 20, "ab"},
+                 {"abcdef", 6, 4, "abc"},  {"a b\n c", 6, 20, "a b\n c"},
+                 {"abc", 3, 1, ""},        {"", 1, 20, ""}};
+    for (const auto &c : CASES) {
+        EXPECT_EQ(set_devinfo_value_by_id(201101, c.given.c_str(), c.length), 0);
+        EXPECT_EQ(item(201101, c.size), c.read) << c.given;
+    }
+    put_file(ITEMS + "7", "a\nb\n"); // by hand: the last newline is echo's
+    EXPECT_EQ(item(7), "a\nb");
+    EXPECT_EQ(item(7, 3), "a\n");
+    for (const int id : {0, -1, INT_MIN})
+        EXPECT_EQ(set_devinfo_value_by_id(id, "1", 1), -1) << id;
+    EXPECT_EQ(get_devinfo_value_by_id(7, nullptr, 8), -1);
+}
+
+// Every kind of thing that is no value reads as none, at once, and a write replaces what it can.
+TEST(Items, PlantedThingsAreNeitherFollowedNorWaitedFor) {
+    put_file("/etc/secret", "secret");
+    std::filesystem::create_directories(ITEMS);
+    for (const std::string plant :
+         {"mkfifo ", "ln -s /etc/secret ", "ln -s /dev/zero ", "mkdir "}) {
+        for (const char *name : {"6", ".new0"})
+            ASSERT_EQ(system((plant + ITEMS + name).c_str()), 0);
+        EXPECT_EQ(item(6), "") << plant;
+        EXPECT_EQ(set_devinfo_value_by_id(6, "new", 3), plant == "mkdir " ? -1 : 0) << plant;
+        EXPECT_EQ(item(6), plant == "mkdir " ? "" : "new") << plant;
+        std::filesystem::remove(ITEMS + "6");
+        std::filesystem::remove(ITEMS + ".new0");
+    }
+    EXPECT_EQ(file_text("/etc/secret"), "secret");
+}
+
+TEST(Flags, StayInTheirFolderWhichIsTheGroups) {
+    umask(0777);
+    EXPECT_EQ(flag_set("downlinkd_init_completed", "1"), 0);
+    umask(0);
+    char value[2];
+    EXPECT_EQ(flag_get_item("downlinkd_init_completed", value, sizeof value), 0);
+    EXPECT_STREQ(value, "1");
+    for (const char *name : {"", ".", "..", "../items/1", "/etc/x", "a/b", ".new0"})
+        EXPECT_EQ(flag_set(name, "1") + flag_get_item(name, value, sizeof value), -2) << name;
+    for (const char *folder : {"/run/uplinkd", "/run/uplinkd/flags"})
+        EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms(0750));
+}
+
+// Values of one letter each, whose length goes with the letter: a mix of two writes shows.
+static std::string whole_value(int number) {
+    const int letter = number % 26;
+    return std::string(static_cast<size_t>(3000 + 211 * letter), static_cast<char>('a' + letter));
+}
+
+// Three processes write without end, and are killed and replaced; this one reads.
+template <typename writer, typename reader> static void kill_writers(writer write, reader read) {
+    const auto seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    std::vector<pid_t> writers(3);
+    ASSERT_TRUE(write(0));
+    for (int round = 0; round < 150; round++) {
+        pid_t &writer_pid = writers[random() % writers.size()];
+        if (writer_pid > 0 && kill(writer_pid, SIGKILL) == 0)
+            wait_for_child(writer_pid);
+        writer_pid = start_child([&] {
+            for (int number = round;; number++)
+                write(number);
+            return 0;
+        });
+        for (auto reads = random() % 40; reads > 0; reads--) {
+            const std::string value = read();
+            EXPECT_FALSE(value.empty() || value != whole_value(value[0] - 'a')) << value.size();
+        }
+    }
+    for (const pid_t pid : writers)
+        if (pid > 0 && kill(pid, SIGKILL) == 0)
+            wait_for_child(pid);
+    ASSERT_TRUE(write(1));
+    EXPECT_EQ(read(), whole_value(1));
+}
+
+TEST(Items, StayWholeWhoeverIsKilled) {
+    const auto write = [](int number) {
+        const std::string value = whole_value(number);
+        return set_devinfo_value_by_id(9, value.data(), static_cast<int>(value.size())) == 0;
+    };
+    kill_writers(write, [] { return item(9, 10000); });
+    EXPECT_LE(std::distance(std::filesystem::directory_iterator(ITEMS), {}), 1 + 4) << "litter";
+}
+
+TEST(Settings, StayWholeWhoeverIsKilled) {
+    put_file(SETTINGS, "# mine\nOTHER=1\n");
+    const auto write = [](int number) {
+        return host::set_setting("K", whole_value(number)) == host::settings_result::done;
+    };
+    kill_writers(write, [] { return setting("K", 10000); });
+    EXPECT_EQ(file_text(SETTINGS), "# mine\nOTHER=1\nK=" + whole_value(1) + "\n");
+    EXPECT_LE(std::distance(std::filesystem::directory_iterator("/etc/uplinkd"), {}), 3)
+        << "litter";
+}
+
+TEST(Settings, ConcurrentWritersLoseNothing) {
+    std::vector<pid_t> writers;
+    for (const std::string prefix : {"A", "B", "C"})
+        writers.push_back(start_child([&] {
+            for (int i = 0; i < 30; i++)
+                host::set_setting(prefix + std::to_string(i), "1");
+            return 0;
+        }));
+    for (const pid_t writer : writers)
+        wait_for_child(writer);
+    EXPECT_EQ(file_lines(SETTINGS).size(), 90u);
+}
+
+TEST(Settings, AreReadAsTheyStandInTheFile) {
+    const std::string TEXT =
+        "# K=comment\nKK=no\nnonsense\n K=no\nK=first\nE=\nK= a=b \nN=12x\nM=-7";
+    const struct {
+        const char *key, *value;
+        int size, number;
+    } CASES[] = {{"K", " a=b ", 64, 0}, {"K", " a", 3, 0}, {"E", "", 64, 0}, {"N", "12x", 64, 12},
+                 {"M", "-7", 64, -7},   {"K=", "", 64, 0}, {"", "", 64, 0},  {"none", "", 64, 0}};
+    // Comments of all these lengths bring every byte of the text to the end of a read at some time.
+    for (size_t padding = 4000; padding <= 4100; padding++) {
+        put_file(SETTINGS, "#" + std::string(padding, '-') + "\n" + TEXT);
+        for (const auto &c : CASES) {
+            ASSERT_EQ(setting(c.key, c.size), c.value) << c.key << " after " << padding;
+            ASSERT_EQ(get_CFG_int(c.key), c.number) << c.key;
+        }
+    }
+    put_file("/etc/elsewhere", "K=99999999999\n");
+    std::filesystem::rename("/etc/elsewhere", SETTINGS);
+    EXPECT_EQ(get_CFG_int("K"), INT_MAX);
+    std::filesystem::remove(SETTINGS);
+    ASSERT_EQ(mkfifo(SETTINGS.c_str(), 0600), 0);
+    EXPECT_EQ(setting("K"), "");
+}
+
+TEST(Settings, AChangeTouchesOneLineOnly) {
+    const struct {
+        std::string before;
+        const char *key, *value; // no value: unset
+        std::string after;
+    } CASES[] = {
+        {"# c\nA=1", "K", "", "# c\nA=1\nK=\n"},
+        {"K=1\n#K=2\n\njunk\nK=3\nA= \n", "K", "4", "K=1\n#K=2\n\njunk\nK=4\nA= \n"},
+        {"A=1\nK=1", "K", "a=b", "A=1\nK=a=b\n"},
+        {"K=1\n#K=2\njunk\nK=3\nA=1", "K", nullptr, "#K=2\njunk\nA=1"},
+        {"A=1\n", "K=", "1", "A=1\n"},
+        {"A=1\n", "#K", "1", "A=1\n"},
+        {"A=1\n", "A", "1\nB=2", "A=1\n"},
+    };
+    put_file("/etc/elsewhere", "");
+    std::filesystem::create_directories("/etc/uplinkd");
+    std::filesystem::create_symlink("/etc/elsewhere", SETTINGS);
+    for (const auto &c : CASES) {
+        put_file(SETTINGS, c.before);
+        chmod("/etc/elsewhere", 0604);
+        c.value != nullptr ? host::set_setting(c.key, c.value) : host::unset_setting(c.key);
+        EXPECT_EQ(file_text("/etc/elsewhere"), c.after);
+        EXPECT_EQ(std::filesystem::status(SETTINGS).permissions(), std::filesystem::perms(0604));
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(SETTINGS));
+}

@@ -1,0 +1,108 @@
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <sched.h>
+#include <thread>
+
+#include "host_test.h"
+#include "platform/bus.h"
+#include "platform/devinfo_store.h"
+#include "platform/log.h"
+#include "platform/network.h"
+#include "platform/system.h"
+
+TEST(System, RunsTheShellAsRootOnly) {
+    EXPECT_EQ(system_by_root("x=3; exit \"$x\""), 3 << 8);
+    const pid_t nobody = start_child([] {
+        if (unshare(CLONE_NEWUSER) != 0 || geteuid() == 0)
+            return 77;
+        return system_by_root("true") == -1 ? 0 : 1;
+    });
+    const int status = wait_for_child(nobody);
+    if (status == 77)
+        GTEST_SKIP() << "a forked process cannot give up being root here";
+    EXPECT_EQ(status, 0);
+}
+
+// A client that outlives the daemon must neither keep its sockets nor ignore what killall sends.
+TEST(System, AStartedProgramInheritsNothing) {
+    signal(SIGPIPE, SIG_IGN);
+    sigset_t blocked;
+    sigfillset(&blocked);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    ASSERT_EQ(init_sockmsg(
+                  24, [](const uplinkd_msg_t *) { return 0; }, 0),
+              0);
+    std::atomic<bool> stop = false;
+    std::thread busy([&] {
+        for (uplinkd_msg_t record{}; !stop; sockmsg_send_common_msg(24, &record)) {
+            savelog(0, "busy");
+            set_devinfo_value_by_id(3, "1", 1);
+        }
+    });
+    for (int round = 0; round < 30; round++)
+        system_by_root("ls -l /proc/self/fd >> /tmp/open; "
+                       "grep -E '^Sig(Blk|Ign)' /proc/self/status >> /tmp/signals");
+    stop = true;
+    busy.join();
+
+    const std::string open = file_text("/tmp/open");
+    EXPECT_NE(open.find("/proc/"), std::string::npos); // that of ls itself
+    for (const char *ours : {"socket:", "/uplinkd/"})
+        EXPECT_EQ(open.find(ours), std::string::npos) << open;
+    constexpr unsigned long PIPE_AND_TERM = 1UL << (SIGPIPE - 1) | 1UL << (SIGTERM - 1);
+    for (const std::string &line : file_lines("/tmp/signals"))
+        EXPECT_EQ(std::stoul(line.substr(7), nullptr, 16) & PIPE_AND_TERM, 0u) << line;
+}
+
+TEST(System, RebootsWithWhatIsOnThePath) {
+    put_file("/tmp/bin/reboot", "#!/bin/sh\necho $# > /tmp/asked\n");
+    chmod("/tmp/bin/reboot", 0755);
+    setenv("PATH", "/tmp/none:/tmp/bin", 1);
+    EXPECT_EQ(util_does_system_opt_reboot("test"), 0);
+    for (int i = 0; i < 500 && file_text("/tmp/asked").empty(); i++)
+        usleep(10000);
+    EXPECT_EQ(file_text("/tmp/asked"), "0\n");
+    setenv("PATH", "/tmp/none", 1);
+    EXPECT_EQ(util_does_system_opt_reboot("test"), -1);
+}
+
+// All networks among sixteen addresses, as bit sets of their members; non-contiguous masks too.
+TEST(Network, RelationsAgreeWithTheSetsOfAddresses) {
+    const auto text = [](const char *start, unsigned end) { return start + std::to_string(end); };
+    for (unsigned bits = 0; bits < 0x10000; bits++) {
+        const unsigned a = bits & 15, ma = bits >> 4 & 15, b = bits >> 8 & 15, mb = bits >> 12;
+        unsigned in_a = 0, in_b = 0;
+        for (unsigned address = 0; address < 16; address++) {
+            in_a |= ((address & ma) == (a & ma) ? 1u : 0u) << address;
+            in_b |= ((address & mb) == (b & mb) ? 1u : 0u) << address;
+        }
+        const unsigned both = in_a & in_b;
+        const int overlap = both == in_b ? 1 : both == in_a ? 2 : 4;
+        ASSERT_EQ(util_get_2_network_segment_relations4(
+                      text("10.0.0.", a).c_str(), text("255.255.255.", ma | 0xf0).c_str(),
+                      text("10.0.0.", b).c_str(), text("255.255.255.", mb | 0xf0).c_str()),
+                  both == 0      ? 3
+                  : in_a == in_b ? 0
+                                 : overlap)
+            << a << "/" << ma << " and " << b << "/" << mb;
+    }
+    for (const char *wrong : {"", " ", "1.2.3", "1.2.3.4 ", "01.2.3.4", "0x1.2.3.4", "1.2.3.256",
+                              "1.2.3.4.5", "16909060", "1..3.4", "1.2.3.4\n"})
+        EXPECT_EQ(util_get_2_network_segment_relations4("1.2.3.4", "255.0.0.0", "1.2.3.4", wrong),
+                  *wrong == '\0' ? 3 : -1)
+            << wrong;
+}
+
+TEST(Network, InterfacesAnswerOrLeaveTheTextEmpty) {
+    char address[IPV4_TEXT_SIZE] = "old";
+    for (const char *name : {"", "no-such-if", "lo34567890123456"})
+        EXPECT_TRUE(cmd_get_ipv4_address(name, address) == -1 && *address == '\0') << name;
+    EXPECT_EQ(cmd_get_netmask("lo", address), 0);
+    EXPECT_STREQ(address, "255.0.0.0");
+    const unsigned char MAC[] = {0x00, 0x1a, 0x22, 0xff, 0x0b, 0xc0};
+    char mac[18];
+    EXPECT_EQ(util_network_get_mac_string(MAC, mac, 17), -1);
+    EXPECT_EQ(util_network_get_mac_string(MAC, mac, 18), 0);
+    EXPECT_STREQ(mac, "00:1a:22:ff:0b:c0");
+}
