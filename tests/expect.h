@@ -1,0 +1,67 @@
+// What the unit tests share: comparing whole lists of calls, and a few files.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+#include "memory_platform.h"
+
+using memory::given;
+
+#define SCRIPT_FILE "/etc/ebscript/wan_mode_setting.sh"
+#define BATCH_FILE  "/tmp/.tmp_uplinkd_script"
+
+inline std::string file_text(const std::string &path) {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+inline void write_file(const std::string &path, const char *text) {
+    std::ofstream(path) << text;
+}
+
+// Whether the router carries the external WAN mode script.
+inline void external_script(bool present) {
+    std::filesystem::create_directories("/etc/ebscript");
+    std::filesystem::remove(SCRIPT_FILE);
+    if (present)
+        write_file(SCRIPT_FILE, "");
+}
+
+// Whether CALLS are exactly the lines of EXPECTED (indented at will); the first that differs is
+// named.
+inline testing::AssertionResult calls_are(const std::vector<std::string> &calls,
+                                          const std::string &expected) {
+    std::istringstream lines(expected);
+    std::string all, line;
+    for (const std::string &call : calls)
+        all += "    " + call + "\n";
+    for (size_t n = 0;; ++n) {
+        const bool wanted = static_cast<bool>(std::getline(lines >> std::ws, line));
+        if (!wanted && n == calls.size())
+            return testing::AssertionSuccess();
+        if (!wanted || n == calls.size() || calls[n] != line)
+            return testing::AssertionFailure()
+                   << "call " << n + 1 << "\n  expected " << (wanted ? line : "the end")
+                   << "\n  found    " << (n < calls.size() ? calls[n] : "the end") << "\n"
+                   << all;
+    }
+}
+
+// The same for the calls since the last look, with the log lines up to LEVEL.
+#define EXPECT_CALLS(level, expected) EXPECT_TRUE(calls_are(memory::take(level), expected))
+
+// The priority in words other than the daemon's: in a mix mode the preferred uplink (0 mobile, 1
+// WAN) keeps it while it is up and either connected or without an alternative; in every other mode
+// the mode alone decides.
+inline int expected_priority(int mode, int strategy, const bool (&up)[2],
+                             const bool (&connected)[2]) {
+    if (mode != 5 && mode != 7)
+        return mode >= 2 && mode <= 6;
+    if (strategy != 0 && strategy != 1)
+        return 0;
+    return up[strategy] && (connected[strategy] || !up[!strategy]) ? strategy : !strategy;
+}

@@ -1,0 +1,235 @@
+#include "memory_platform.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <sstream>
+
+#include "platform/config_store.h"
+#include "platform/devinfo_store.h"
+#include "platform/flag_store.h"
+#include "platform/log.h"
+#include "platform/network.h"
+#include "platform/system.h"
+
+namespace memory {
+
+std::map<std::string, std::string> settings, flags;
+std::map<int, std::string> items;
+std::map<std::string, ipv4_network> interfaces;
+int bus_result = 0;
+uplinkd_msg_t carried;
+std::function<void(const std::string &)> on_call;
+std::function<void(unsigned)> on_sleep;
+
+static std::mutex mutex; // guards the stores and the calls, never held while a hook runs
+static std::vector<std::string> calls;
+
+void note(const std::string &line) {
+    const std::lock_guard guard(mutex);
+    calls.push_back(line);
+}
+
+static std::string expand(const char *format, va_list args) {
+    char line[8192];
+    vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    return line;
+}
+
+[[gnu::format(printf, 1, 2)]] static int record(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    std::string line = expand(format, args);
+    for (size_t n; (n = line.find('\n')) != line.npos;)
+        line.replace(n, 1, "\\n");
+    note(line);
+    if (on_call)
+        on_call(line);
+    return 0;
+}
+
+void given(const std::string &text) {
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const size_t equals = word.find('='), slash = word.find('/');
+        const std::string key = word.substr(0, equals);
+        std::string value = word.substr(equals + 1);
+        std::replace(value.begin(), value.end(), '~', ' ');
+        if (key[0] == '@')
+            interfaces[key.substr(1)] = {value.substr(0, slash - equals - 1),
+                                         word.substr(slash + 1)};
+        else if (isdigit(key[0]))
+            items[atoi(key.c_str())] = value;
+        else
+            settings[key] = value;
+    }
+}
+
+std::vector<std::string> take(int level) {
+    const std::lock_guard guard(mutex);
+    std::vector<std::string> taken;
+    for (const std::string &line : calls)
+        if (!line.starts_with("log ") || line[4] - '0' <= level)
+            taken.push_back(line);
+    calls.clear();
+    return taken;
+}
+
+template <typename Map, typename Key> static int read(Map &map, Key key, char *buffer, int size) {
+    const std::lock_guard guard(mutex);
+    const auto found = map.find(key);
+    snprintf(buffer, static_cast<size_t>(size), "%s",
+             found == map.end() ? "" : found->second.c_str());
+    return found == map.end() ? -1 : 0;
+}
+
+static int carry(const uplinkd_msg_t *message) {
+    const std::lock_guard guard(mutex);
+    carried = *message;
+    return bus_result;
+}
+} // namespace memory
+
+using namespace memory;
+
+int cfg_get_item(const char *key, char *buffer, int size) {
+    return read(settings, key, buffer, size);
+}
+
+int get_CFG_int(const char *key) {
+    char value[64];
+    read(settings, key, value, sizeof value);
+    return atoi(value);
+}
+
+int get_devinfo_value_by_id(int id, char *buffer, int size) {
+    return read(items, id, buffer, size);
+}
+
+int set_devinfo_value_by_id(int id, const char *value, int length) {
+    const std::string stored(value, strnlen(value, static_cast<size_t>(length)));
+    {
+        const std::lock_guard guard(mutex);
+        items[id] = stored;
+    }
+    record("set %d '%s' %d", id, stored.c_str(), length);
+    return 0;
+}
+
+int flag_set(const char *name, const char *value) {
+    flags[name] = value;
+    record("flag %s=%s", name, value);
+    return 0;
+}
+
+int flag_get_item(const char *name, char *buffer, int size) {
+    return read(flags, name, buffer, size);
+}
+
+int init_sockmsg(int app_id, sockmsg_handler, int) {
+    record("register %d", app_id);
+    return bus_result;
+}
+
+int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
+    const int result = carry(message);
+    record("send 0x%04X -> %d", static_cast<unsigned>(message->msg_id), destination);
+    return result;
+}
+
+int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
+    const int result = carry(message);
+    record("broadcast 0x%04X from %d", static_cast<unsigned>(message->msg_id), sender);
+    return result;
+}
+
+const char *get_app_name_by_id(int app_id) {
+    static const std::map<int, const char *> names = {{19, "pfilterd"},  {22, "prio_listener"},
+                                                      {23, "linkprobe"}, {24, "uplinkd"},
+                                                      {25, "uis"},       {27, "textmsg"}};
+    const auto found = names.find(app_id);
+    return found == names.end() ? "unknown" : found->second;
+}
+
+void init_log_params(const char *identity) {
+    record("identity %s", identity);
+}
+
+// A line whose beginning has neither of the two forms is recorded as it is, and so fails the test.
+void savelog(int level, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    const std::string text = expand(format, args);
+    char function[64] = "?";
+    int end = 0;
+    sscanf(text.c_str(),
+           level == 3 ? "[uplinkd] %63[a-z0-9_]:%n" : "[uplinkd] %63[a-z0-9_]--%*d:%n", function,
+           &end);
+    record("log %d %s:%s", level, function, text.c_str() + end);
+}
+
+void reset_libcommlog_level() {}
+
+int log_bakup_imediately(const char *reason) {
+    return record("backup %s", reason);
+}
+
+int util_does_system_opt_reboot(const char *reason) {
+    return record("reboot %s", reason);
+}
+
+int system_by_root(const char *command) {
+    return record("root %s", command);
+}
+
+extern "C" int system(const char *command) {
+    return record("shell %s", command);
+}
+
+extern "C" unsigned sleep(unsigned seconds) {
+    if (on_sleep)
+        on_sleep(seconds);
+    else
+        record("sleep %u", seconds);
+    return 0;
+}
+
+// Knows what the tests use: contiguous netmasks, the same network or a disjoint one.
+int util_get_2_network_segment_relations4(const char *addr_a, const char *mask_a,
+                                          const char *addr_b, const char *mask_b) {
+    in_addr_t words[4];
+    const char *texts[] = {addr_a, mask_a, addr_b, mask_b};
+    for (int i = 0; i < 4; ++i)
+        if (*texts[i] == '\0')
+            return SEGMENT_DISJOINT;
+        else if (inet_pton(AF_INET, texts[i], &words[i]) != 1)
+            return SEGMENT_MALFORMED;
+    return ((words[0] ^ words[2]) & words[1] & words[3]) == 0 ? SEGMENT_SAME : SEGMENT_DISJOINT;
+}
+
+int cmd_get_ipv4_address(const char *ifname, char *buffer) {
+    strcpy(buffer, interfaces[ifname].address.c_str());
+    return 0;
+}
+
+int cmd_get_netmask(const char *ifname, char *buffer) {
+    strcpy(buffer, interfaces[ifname].netmask.c_str());
+    return 0;
+}
+
+int cmd_netdev_get_mac_addr(const char *ifname, unsigned char *buffer) {
+    record("mac of %s", ifname);
+    memcpy(buffer, "\x00\x11\x22\xaa\xbb\xcc", 6);
+    return 0;
+}
+
+int util_network_get_mac_string(const unsigned char *mac, char *buffer, int size) {
+    snprintf(buffer, static_cast<size_t>(size), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1],
+             mac[2], mac[3], mac[4], mac[5]);
+    return 0;
+}

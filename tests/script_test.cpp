@@ -1,0 +1,95 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "expect.h"
+#include "provision/script_runner.h"
+#include "provision/shell_quote.h"
+
+namespace fs = std::filesystem;
+static constexpr const char *FILE_PATH = "/tmp/file";
+
+TEST(script_runner, writes_whole_lines_or_nothing) {
+    const std::string longest(MAX_LINE_SIZE - 2, 'x');
+    EXPECT_EQ(uplinkd_file_append_line(FILE_PATH, "%s", longest.c_str()), 0);
+    EXPECT_EQ(uplinkd_file_append_line(FILE_PATH, "%sxx", longest.c_str()), -1);
+    EXPECT_EQ(uplinkd_file_append_line(nullptr, "x"), -1);
+    EXPECT_EQ(uplinkd_script_execute(FILE_PATH, nullptr), -1);
+    EXPECT_CALLS(4, "");
+    EXPECT_TRUE(file_text(FILE_PATH) == longest + "\n");
+}
+
+// What another user can put in the way: nothing of his is written, and nobody waits for him.
+TEST(script_runner, goes_past_what_lies_in_its_way) {
+    const struct {
+        const char *name;
+        void (*put)();
+    } obstacles[] = {
+        {"symbolic link", [] { fs::create_symlink("/tmp/his", FILE_PATH); }},
+        {"dangling link", [] { fs::create_symlink("/tmp/new", FILE_PATH); }},
+        {"hard link", [] { fs::create_hard_link("/tmp/his", FILE_PATH); }},
+        {"pipe", [] { mkfifo(FILE_PATH, 0666); }},
+        {"folder", [] { fs::create_directory(FILE_PATH); }},
+    };
+    write_file("/tmp/his", "his\n");
+    for (const auto &obstacle : obstacles)
+        for (const bool append : {false, true}) {
+            SCOPED_TRACE(obstacle.name);
+            obstacle.put();
+            alarm(10);
+            const int result = append ? uplinkd_file_append_line(FILE_PATH, "mine")
+                                      : uplinkd_file_truncate(FILE_PATH);
+            alarm(0);
+            EXPECT_EQ(file_text("/tmp/his"), "his\n");
+            EXPECT_FALSE(fs::exists("/tmp/new"));
+            if (result == 0) {
+                EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(FILE_PATH)));
+                EXPECT_EQ(file_text(FILE_PATH), append ? "mine\n" : "");
+            } else
+                EXPECT_EQ(result, -1);
+            fs::remove(FILE_PATH);
+        }
+}
+
+static std::string through_shell(const std::string &command) {
+    FILE *shell = popen(command.c_str(), "r");
+    std::string output;
+    for (int c; (c = fgetc(shell)) != EOF;)
+        output += static_cast<char>(c);
+    pclose(shell);
+    return output;
+}
+
+TEST(shell_quote, keeps_values_values) {
+    const std::string quotes(200, '\'');
+    const char *values[] = {"",
+                            "eth1.10",
+                            "a_B-9/:@%+=,",
+                            "a b",
+                            "$(touch /tmp/run)",
+                            "`touch /tmp/run`",
+                            "'; touch /tmp/run; '",
+                            "\"$HOME\"",
+                            "\\",
+                            "a\nb\tc",
+                            "*",
+                            "~",
+                            "#",
+                            "!x",
+                            "a;touch /tmp/run",
+                            "a&b|c<d>e",
+                            "{a,b}",
+                            "é",
+                            "'''''''''''''''''''''''''''''''"};
+    for (const char *value : values) {
+        EXPECT_EQ(through_shell(std::string("printf %s x") + shell_word(value).c_str()),
+                  std::string("x") + value);
+        if (strspn(value, "abcdefghijklmnopqrstuvwxyzAB0123456789_./:@%+=,-") == strlen(value)) {
+            EXPECT_STREQ(shell_word(value).c_str(), value);
+        }
+        EXPECT_EQ(through_shell(std::string("sh -c \"printf %s x") +
+                                shell_word_in_double_quotes(value).c_str() + "\""),
+                  std::string("x") + value);
+    }
+    EXPECT_STREQ(shell_word(quotes.c_str()).c_str(), ""); // too long to be kept whole
+    EXPECT_FALSE(fs::exists("/tmp/run"));
+}
