@@ -145,5 +145,6 @@ TEST(notice_timer, survives_a_thread_that_cannot_be_created) {
     EXPECT_CALLS(4, R"(
         log 3 uplinkd_notice_timer_arm: pthread_create() error
         log 3 uplinkd_notice_timer_arm: pthread_create() error)");
+    const mutex_guard guard(uplinkd_notice_mutex);
     EXPECT_EQ(uplinkd_notice_countdown, 0);
 }

@@ -34,7 +34,7 @@ void note(const std::string &line) {
     calls.push_back(line);
 }
 
-static std::string expand(const char *format, va_list args) {
+[[gnu::format(printf, 1, 0)]] static std::string expand(const char *format, va_list args) {
     char line[8192];
     vsnprintf(line, sizeof line, format, args);
     va_end(args);
