@@ -8,13 +8,13 @@ uplink() {
     rt ip link set "$1" up
 }
 
-# isp_network FAR_END A.B.C.D/24 [DNSMASQ_OPTION...]: serves leases from .100 to .200 of this network
+# isp_network FAR_END A.B.C.D/24 [DNSMASQ_OPTION...]: serves leases from .100 to .199 of this network
 # instead of what was served there before.
 isp_network() {
     local link=$1 address=${2%/*} net=${2%.*}
     stop_serving "$link"
     ip address add "$2" dev "$link"
-    serve "$link" --dhcp-range="$net.100,$net.200,255.255.255.0,120" \
+    serve "$link" --dhcp-range="$net.100,$net.199,255.255.255.0,120" \
         --dhcp-option=option:router,"$address" \
         --dhcp-option=option:dns-server,198.51.100.53,198.51.100.54 "${@:3}"
 }
