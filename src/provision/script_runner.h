@@ -17,7 +17,7 @@ inline constexpr const char *TMP_SCRIPT = "/tmp/.tmp_uplinkd_script";
 // The header of a batch; its argument is the owner's name.
 #define BATCH_HEADER   "# rewrite by %s"
 
-// The longest line, or client script, that can be appended, newline and NUL included.
+// The longest line, or client script, that can be appended, its newline included, in bytes.
 inline constexpr int MAX_LINE_SIZE = 4096;
 
 // Empties the file, or creates it. Returns 0, or -1 if it cannot be opened.
