@@ -2,6 +2,7 @@
 // planting things that are no files; readers must see whole values and never wait.
 #include <climits>
 #include <csignal>
+#include <fcntl.h>
 #include <random>
 
 #include "host_test.h"
@@ -161,6 +162,8 @@ TEST(Settings, AreReadAsTheyStandInTheFile) {
     EXPECT_EQ(get_CFG_int("K"), INT_MAX);
     std::filesystem::remove(SETTINGS);
     ASSERT_EQ(mkfifo(SETTINGS.c_str(), 0600), 0);
+    const int writer = open(SETTINGS.c_str(), O_RDWR);
+    EXPECT_EQ(write(writer, "K=1\n", 4), 4);
     EXPECT_EQ(setting("K"), "");
 }
 
