@@ -52,6 +52,8 @@ TEST(Items, PlantedThingsAreNeitherFollowedNorWaitedFor) {
          {"mkfifo ", "ln -s /etc/secret ", "ln -s /dev/zero ", "mkdir "}) {
         for (const char *name : {"6", ".new0"})
             ASSERT_EQ(system((plant + ITEMS + name).c_str()), 0);
+        const int fifo = open((ITEMS + "6").c_str(), O_RDWR | O_NOFOLLOW);
+        EXPECT_EQ(write(fifo, "bait", 4), fifo < 0 ? -1 : 4);
         EXPECT_EQ(item(6), "") << plant;
         EXPECT_EQ(set_devinfo_value_by_id(6, "new", 3), plant == "mkdir " ? -1 : 0) << plant;
         EXPECT_EQ(item(6), plant == "mkdir " ? "" : "new") << plant;
@@ -162,8 +164,6 @@ TEST(Settings, AreReadAsTheyStandInTheFile) {
     EXPECT_EQ(get_CFG_int("K"), INT_MAX);
     std::filesystem::remove(SETTINGS);
     ASSERT_EQ(mkfifo(SETTINGS.c_str(), 0600), 0);
-    const int writer = open(SETTINGS.c_str(), O_RDWR);
-    EXPECT_EQ(write(writer, "K=1\n", 4), 4);
     EXPECT_EQ(setting("K"), "");
 }
 
