@@ -118,6 +118,18 @@ wireless_link() {
     tell "${3:-WAN_WIRELESS_MODE_CHANGE}"
 }
 
+# dhcp_client: the pid of the only udhcpc, once it has gone into the background (into a session of its
+# own), as it does after its first lease.
+dhcp_client() {
+    wait_for is_in_background || fail "udhcpc goes into the background"
+    pids udhcpc
+}
+is_in_background() {
+    local pid session
+    pid=$(pids udhcpc)
+    { read -r _ _ _ _ _ session _ <"$ROOT/proc/$pid/stat"; } 2>/dev/null && [ "$session" = "$pid" ]
+}
+
 # shared_descriptors PROGRAM PROGRAM: what both have open, /dev/null aside.
 shared_descriptors() { comm -12 <(descriptors "$1") <(descriptors "$2"); }
 descriptors() {
