@@ -89,7 +89,7 @@ template <typename writer, typename reader> static void kill_writers(writer writ
     std::mt19937 random(seed);
     std::vector<pid_t> writers(3);
     ASSERT_TRUE(write(0));
-    for (int round = 0; round < 150; round++) {
+    for (int round = 0; round < 100; round++) {
         pid_t &writer_pid = writers[random() % writers.size()];
         if (writer_pid > 0 && kill(writer_pid, SIGKILL) == 0)
             wait_for_child(writer_pid);
