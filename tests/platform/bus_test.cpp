@@ -106,7 +106,7 @@ TEST(Bus, KnowsTheSenderByItsEndpointAndKeepsOrder) {
         }
     }
     const application sender(BUS + "20");
-    for (const size_t size : {0, 1, 4115, 4117, 5000})
+    for (const size_t size : {0u, 1u, 4115u, 4117u, 5000u})
         EXPECT_TRUE(sender.send(1, size));
     const uplinkd_msg_t record = record_of(7);
     EXPECT_EQ(sockmsg_send_common_msg(24, &record), 0);

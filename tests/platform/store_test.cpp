@@ -130,19 +130,6 @@ TEST(Settings, StayWholeWhoeverIsKilled) {
         << "litter";
 }
 
-TEST(Settings, ConcurrentWritersLoseNothing) {
-    std::vector<pid_t> writers;
-    for (const std::string prefix : {"A", "B", "C"})
-        writers.push_back(start_child([&] {
-            for (int i = 0; i < 30; i++)
-                host::set_setting(prefix + std::to_string(i), "1");
-            return 0;
-        }));
-    for (const pid_t writer : writers)
-        wait_for_child(writer);
-    EXPECT_EQ(file_lines(SETTINGS).size(), 90u);
-}
-
 TEST(Settings, AreReadAsTheyStandInTheFile) {
     const std::string TEXT =
         "# K=comment\nKK=no\nnonsense\n K=no\nK=first\nE=\nK= a=b \nN=12x\nM=-7";

