@@ -1,0 +1,20 @@
+# The router's architecture, built with Debian's cross compiler; scripts/setup_aarch64 installs it.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+
+set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# Segments are padded to the largest page a kernel might have, 64 KiB: more than the daemon itself. A
+# kernel with larger pages than these would refuse the programs.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -Wl,-z,max-page-size=4096)
+
+# char has no sign here, so that a check for `c >= 0` is always true, as it should be.
+set(CMAKE_CXX_FLAGS_INIT -Wno-error=type-limits)
+
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run_aarch64)
