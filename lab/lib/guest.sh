@@ -1,25 +1,39 @@
 # What scenarios in a guest have beside the others, and source first: a provider with VLANs and PPPoE.
 
-# To start a program takes the guest's only processor a tenth of a second. So what is done often is done
-# here without, and expectations look less often.
+# Here a process takes a fifth of a second of the only processor, and much more on a busy machine. So what is
+# done often is done with few or none, and expectations look less often.
 PATIENCE=90
 exec {NEVER}<> <(:) # nothing ever comes
-pause() { read -rt "$1" -u "$NEVER" || :; }
 
 wait_for() {
     local deadline=$((SECONDS + PATIENCE))
     until "$@"; do
         [ $SECONDS -lt $deadline ] || return 1
-        pause 0.3
+        read -rt 0.3 -u "$NEVER" || :
     done
 }
 
-cat_quietly() { [ ! -e "$1" ] || printf '%s' "$(<"$1")"; }
+rt() { TZ=UTC nsenter -t "$ROUTER" -n -m -p "$@"; }
+
+expect_items() {
+    local id
+    while [ $# -gt 0 ]; do
+        id=$(item_id "$1")
+        wait_for item_is "$id" "$2" || fail "item $1 = ${2:-nothing}" "$(item "$1")"
+        shift 2
+    done
+}
+
+item_is() { # ID GLOB
+    local value='' file=$ROOT/run/uplinkd/items/$1
+    [ ! -s "$file" ] || read -r value <"$file" || :
+    # shellcheck disable=SC2053 # a pattern is meant
+    [[ $value == $2 ]]
+}
 
 log_has() {
-    local lines
-    [ -e "$ROOT/var/log/uplinkd/uplinkd.log" ] || return 1
-    mapfile -t -s "$LOG_MARK" lines <"$ROOT/var/log/uplinkd/uplinkd.log"
+    local lines=() file=$ROOT/var/log/uplinkd/uplinkd.log
+    [ ! -e "$file" ] || mapfile -t -s "$LOG_MARK" lines <"$file"
     [[ ${lines[*]} == *"$1"* ]]
 }
 
@@ -29,10 +43,6 @@ next_heard() {
     printf '%s' "${line[*]#* }"
 }
 
-in_pairs() { # PROGRAM... -- FIRST SECOND...: runs it in the router with each pair
-    # shellcheck disable=SC2016 # for the router's shell
-    rt sh -c 'program=$1; shift; while [ $# -gt 0 ]; do $program "$1" "$2"; shift 2; done' sh "$@"
-}
 settings() { in_pairs 'uplinkctl config set' "$@"; }
 set_items() {
     local pairs=()
@@ -41,6 +51,10 @@ set_items() {
         shift 2
     done
     in_pairs devinfo "${pairs[@]}"
+}
+in_pairs() { # COMMAND FIRST SECOND [FIRST SECOND...]: runs it in the router with each pair
+    # shellcheck disable=SC2016 # for the router's shell
+    rt sh -c 'command=$1; shift; while [ $# -gt 0 ]; do $command "$1" "$2"; shift 2; done' sh "$@"
 }
 
 # vlan ID: the interface eth1.ID on the router, and wan0.ID at its far end.
