@@ -11,8 +11,6 @@
 #include "platform/host/files.h"
 #include "platform/log.h"
 
-extern char **environ;
-
 namespace {
 
 int spawn_shell(const char *command, pid_t &child) {
