@@ -57,28 +57,29 @@ in_pairs() { # COMMAND FIRST SECOND [FIRST SECOND...]: runs it in the router wit
     rt sh -c 'command=$1; shift; while [ $# -gt 0 ]; do $command "$1" "$2"; shift 2; done' sh "$@"
 }
 
-# vlan ID: the interface eth1.ID on the router, and wan0.ID at its far end.
+# vlan ID: the interface eth1.ID on the router, and at its far end wan0.ID, another machine's.
 vlan() {
-    ip link add link wan0 name "wan0.$1" type vlan id "$1"
+    ip link add link wan0 name "wan0.$1" address "02:00:00:00:00:$1" type vlan id "$1"
     rt ip link add link eth1 name "eth1.$1" type vlan id "$1"
     rt ip link set "eth1.$1" up
 }
 
 # pppoe_accounts USER PASSWORD [USER PASSWORD...]: who may dial in.
 pppoe_accounts() {
-    printf '%s * %s *\n' "$@" >/etc/ppp/chap-secrets
+    printf '"%s" * "%s" *\n' "$@" >/etc/ppp/chap-secrets
     cp /etc/ppp/chap-secrets /etc/ppp/pap-secrets
 }
 
-# pppoe_server FAR_END NET [IPV6_OPTION]: accepts calls as NET.1, and gives the first caller NET.100; with
-# +ipv6 the hook below also announces 2001:db8:2::/64 on the link.
+# pppoe_server FAR_END NET [+ipv6]: accepts calls as NET.1, and gives the first caller NET.100; with +ipv6 the
+# hook below also announces 2001:db8:2::/64. (A program that listens on eth1 sees the frames of its VLANs too,
+# so sessions are numbered by network.)
 pppoe_server() {
     local link=$1 options=/run/isp/$1.options
     printf '%s\n' require-chap 'name isp' 'ms-dns 198.51.100.53' 'ms-dns 198.51.100.54' \
-        "logfile /run/isp/$link.log" "${@:3}" >"$options"
+        "logfile /run/isp/$link.log" "${3:-noipv6}" >"$options"
     ip link set "$link" up
-    pppoe-server -F -I "$link" -C lab -L "$2.1" -R "$2.100" -N 4 -O "$options" \
-        >>"/run/isp/$link.server.log" 2>&1 &
+    pppoe-server -F -I "$link" -C lab -L "$2.1" -R "$2.100" -N 4 -o "${2##*.}0" \
+        -O "$options" >>"/run/isp/$link.server.log" 2>&1 &
     echo $! >"/run/isp/$link.pid"
 }
 
