@@ -42,8 +42,8 @@ TEST(Tools, DevinfoReadsAndStores) {
 TEST(Tools, SockmsgSendAndListenMeet) {
     expect_steps({
         {"sockmsg_send -d 25 -m 1", 1, "!sockmsg_send: .*25.*0x0001.*not registered\n"},
-        {"uplinkctl listen 25 -n 2 > /tmp/heard & until grep -q ready /tmp/heard; do sleep .01; "
-         "done;"
+        {"uplinkctl listen 25 -n 2 -t 20 > /tmp/heard & "
+         "timeout 10 sh -c 'until grep -q ready /tmp/heard; do sleep .01; done';"
          "sockmsg_send -d 25 -m 0x5304; uplinkctl listen 25; sockmsg_send -m 21253 -d 25; wait;"
          "cat /tmp/heard; ls " +
              BUS,
