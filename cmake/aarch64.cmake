@@ -14,7 +14,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # kernel with larger pages than these would refuse the programs.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -Wl,-z,max-page-size=4096)
 
-# char has no sign here, so that a check for `c >= 0` is always true, as it should be.
-set(CMAKE_CXX_FLAGS_INIT -Wno-error=type-limits)
-
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run_aarch64)

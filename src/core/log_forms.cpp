@@ -37,7 +37,7 @@ static void write_without_sigpipe(const char *data, size_t length) {
 
 static void hide_control_characters(char *text) {
     for (; *text != '\0'; text++) {
-        const bool control = (*text >= 0 && *text < ' ') || *text == '\x7f';
+        const bool control = static_cast<unsigned char>(*text) < ' ' || *text == '\x7f';
         if (control && *text != '\n' && *text != '\t')
             *text = '?';
     }

@@ -68,7 +68,7 @@ quoted_text shell_word_in_double_quotes(const char *value) {
 }
 
 static bool is_control(char c) {
-    return (c >= 0 && c < ' ') || c == '\x7f';
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
 }
 
 quoted_text secrets_word(const char *value) {
