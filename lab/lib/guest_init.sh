@@ -19,9 +19,9 @@ busybox mount -t tmpfs tmpfs etc/ppp
 ln -s /proc/self/fd dev/fd
 busybox pivot_root . mnt
 
-# What setup_guest unpacked is installed here.
-cp -R /run/lab/unpacked/usr/sbin/. /usr/sbin/
-cp -R /run/lab/unpacked/usr/lib/x86_64-linux-gnu/. /usr/lib/x86_64-linux-gnu/
+# What setup_guest unpacked is installed here, in place of what the machine may have, setuid as a rule.
+cp -R --remove-destination /run/lab/unpacked/usr/sbin/. /usr/sbin/
+cp -R --remove-destination /run/lab/unpacked/usr/lib/x86_64-linux-gnu/. /usr/lib/x86_64-linux-gnu/
 mkdir -p /lib/modules /usr/local/lib/lab
 cp /usr/sbin/pppd /usr/local/lib/lab/ # the router's /usr/sbin/pppd is lab/guest_router's
 ln -s "$modules" /lib/modules/
