@@ -2,12 +2,12 @@
 #include <atomic>
 #include <thread>
 
-#include "core/dispatch.h"
-#include "core/outgoing.h"
-#include "core/startup.h"
+#include "arbitration/arbitration.h"
+#include "arbitration/notice_timer.h"
+#include "base/outgoing.h"
+#include "daemon/dispatch.h"
+#include "daemon/startup.h"
 #include "expect.h"
-#include "state/arbitration.h"
-#include "state/notice_timer.h"
 
 TEST(startup, waits_for_its_elders_and_evaluates_once) {
     int sleeps = 0;

@@ -7,7 +7,7 @@
 #include <set>
 #include <unistd.h>
 
-#include "core/dispatch.h"
+#include "daemon/dispatch.h"
 #include "expect.h"
 
 static constexpr int STEPS = 500;

@@ -1,9 +1,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "batch/script_runner.h"
+#include "batch/shell_quote.h"
 #include "expect.h"
-#include "provision/script_runner.h"
-#include "provision/shell_quote.h"
 
 namespace fs = std::filesystem;
 static constexpr const char *FILE_PATH = "/tmp/file";

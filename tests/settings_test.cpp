@@ -2,11 +2,11 @@
 // provisioning is in the transcripts.
 #include <sys/stat.h>
 
-#include "clients/client_files.h"
-#include "clients/ppp.h"
 #include "expect.h"
-#include "provision/subnet_conflict.h"
-#include "provision/wan_settings.h"
+#include "guard/subnet_conflict.h"
+#include "provision/clients/client_files.h"
+#include "provision/clients/ppp.h"
+#include "wan/wan_settings.h"
 
 TEST(wan_settings, read_the_keys_of_their_index) {
     const auto ipversion = uplinkd_cfg_get_wired_ipversion_by_idx;

@@ -17,9 +17,9 @@
 #include <mutex>
 #include <regex>
 
-#include "core/dispatch.h"
+#include "arbitration/notice_timer.h"
+#include "daemon/dispatch.h"
 #include "expect.h"
-#include "state/notice_timer.h"
 
 namespace {
 

@@ -1,17 +1,17 @@
 #include "provision/wired_wan.h"
 
-#include "clients/client_files.h"
-#include "clients/dhcpv4.h"
-#include "clients/dhcpv6.h"
-#include "clients/ppp.h"
-#include "core/ifname.h"
-#include "core/log_forms.h"
-#include "core/types.h"
+#include "base/log_forms.h"
+#include "batch/iface_commands.h"
+#include "batch/script_runner.h"
 #include "platform/devinfo_store.h"
-#include "provision/iface_commands.h"
-#include "provision/script_runner.h"
-#include "provision/wan_record.h"
-#include "provision/wan_settings.h"
+#include "provision/clients/client_files.h"
+#include "provision/clients/dhcpv4.h"
+#include "provision/clients/dhcpv6.h"
+#include "provision/clients/ppp.h"
+#include "wan/ifname.h"
+#include "wan/modes.h"
+#include "wan/wan_record.h"
+#include "wan/wan_settings.h"
 
 static constexpr int MIN_VLAN_ID = 10;
 static constexpr int MAX_VLAN_ID = 4095;

@@ -5,18 +5,18 @@
 
 #include <cstring>
 
-#include "clients/client_files.h"
-#include "clients/dhcpv4.h"
-#include "clients/dhcpv6.h"
-#include "core/ifname.h"
-#include "core/log_forms.h"
-#include "core/types.h"
+#include "base/log_forms.h"
+#include "batch/iface_commands.h"
+#include "batch/script_runner.h"
 #include "platform/devinfo_store.h"
-#include "provision/iface_commands.h"
-#include "provision/script_runner.h"
-#include "provision/wan_record.h"
-#include "provision/wan_settings.h"
-#include "state/uplinks.h"
+#include "provision/clients/client_files.h"
+#include "provision/clients/dhcpv4.h"
+#include "provision/clients/dhcpv6.h"
+#include "wan/ifname.h"
+#include "wan/modes.h"
+#include "wan/uplinks.h"
+#include "wan/wan_record.h"
+#include "wan/wan_settings.h"
 
 static constexpr int BAND_INDEX = 0;
 

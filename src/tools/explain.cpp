@@ -4,12 +4,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "arbitration/arbitration.h"
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
-#include "state/arbitration.h"
-#include "state/items.h"
 #include "tools/cli.h"
 #include "tools/uplinkctl.h"
+#include "wan/items.h"
 
 static const char *mode_text(int wan_mode) {
     switch (wan_mode) {

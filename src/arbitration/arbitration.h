@@ -1,0 +1,101 @@
+// The arbitration, as a pure function from what is known to a decision: a ladder of rules, of which
+// the first that applies decides.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "wan/modes.h"
+
+struct arbitration_inputs {
+    int wan_mode;
+    int strategy;
+    bool mobile_up;        // the mobile network is available
+    bool mobile_connected; // and connected at the IP level
+    bool wan_up;           // the wired WAN has been brought up
+    bool wan_connected;    // and is connected at the IP level
+};
+
+enum class arbitration_rule {
+    mobile_only_mode,
+    wan_only_mode,
+    invalid_mode,
+    mobile_first_mobile_down,
+    mobile_first_mobile_connected,
+    mobile_first_wan_down,
+    mobile_first_wan_instead,
+    wan_first_wan_down,
+    wan_first_wan_connected,
+    wan_first_mobile_down,
+    wan_first_mobile_instead,
+    invalid_strategy,
+};
+
+// Why, in words, in the order of the enumeration.
+inline constexpr std::array ARBITRATION_RULE_TEXT = {
+    "the mode uses the mobile network only",
+    "the mode uses the WAN only",
+    "the WAN mode is invalid",
+    "mobile first, but the mobile network is down",
+    "mobile first, and the mobile network is connected",
+    "mobile first, not connected, but the WAN is down too",
+    "mobile first, but it is not connected and the WAN is up",
+    "WAN first, but the WAN is down",
+    "WAN first, and the WAN is connected",
+    "WAN first, not connected, but the mobile network is down too",
+    "WAN first, but it is not connected and the mobile network is up",
+    "the priority strategy is invalid",
+};
+static_assert(ARBITRATION_RULE_TEXT.size() ==
+              static_cast<size_t>(arbitration_rule::invalid_strategy) + 1);
+
+constexpr const char *arbitration_rule_text(arbitration_rule rule) {
+    return ARBITRATION_RULE_TEXT[static_cast<size_t>(rule)];
+}
+
+// Which uplink carries the router's traffic, and the rule that decided.
+struct arbitration_decision {
+    int priority; // NETWORK_PRIORITY_MOBILE or NETWORK_PRIORITY_WAN
+    arbitration_rule rule;
+};
+
+constexpr arbitration_decision arbitrate_mobile_first(const arbitration_inputs &in) {
+    using enum arbitration_rule;
+    if (!in.mobile_up)
+        return {NETWORK_PRIORITY_WAN, mobile_first_mobile_down};
+    if (in.mobile_connected)
+        return {NETWORK_PRIORITY_MOBILE, mobile_first_mobile_connected};
+    if (!in.wan_up)
+        return {NETWORK_PRIORITY_MOBILE, mobile_first_wan_down};
+    return {NETWORK_PRIORITY_WAN, mobile_first_wan_instead};
+}
+
+constexpr arbitration_decision arbitrate_wan_first(const arbitration_inputs &in) {
+    using enum arbitration_rule;
+    if (!in.wan_up)
+        return {NETWORK_PRIORITY_MOBILE, wan_first_wan_down};
+    if (in.wan_connected)
+        return {NETWORK_PRIORITY_WAN, wan_first_wan_connected};
+    if (!in.mobile_up)
+        return {NETWORK_PRIORITY_WAN, wan_first_mobile_down};
+    return {NETWORK_PRIORITY_MOBILE, wan_first_mobile_instead};
+}
+
+constexpr arbitration_decision arbitrate(const arbitration_inputs &in) {
+    using enum arbitration_rule;
+    switch (in.wan_mode) {
+    case WAN_MODE_MOBILE: return {NETWORK_PRIORITY_MOBILE, mobile_only_mode};
+    case WAN_MODE_WIRED:
+    case WAN_MODE_WLAN24:
+    case WAN_MODE_WLAN58:
+    case WAN_MODE_BRIDGE: return {NETWORK_PRIORITY_WAN, wan_only_mode};
+    case WAN_MODE_MIX:
+    case WAN_MODE_BRIDGE_MIX: break;
+    default: return {NETWORK_PRIORITY_MOBILE, invalid_mode};
+    }
+    switch (in.strategy) {
+    case PRIORITY_STRATEGY_MOBILE_FIRST: return arbitrate_mobile_first(in);
+    case PRIORITY_STRATEGY_WAN_FIRST: return arbitrate_wan_first(in);
+    default: return {NETWORK_PRIORITY_MOBILE, invalid_strategy};
+    }
+}

@@ -1,0 +1,103 @@
+// A verdict needs a network status that is up, an address, and a DNS server; the WAN's also a
+// netmask and a gateway. What a mode does not use stays empty, so its verdict is "0".
+
+#include "arbitration/connection_status.h"
+
+#include <cstring>
+
+#include "base/text.h"
+#include "platform/config_store.h"
+#include "platform/devinfo_store.h"
+#include "platform/network.h"
+#include "wan/ifname.h"
+#include "wan/items.h"
+#include "wan/modes.h"
+#include "wan/uplinks.h"
+
+namespace {
+
+struct mobile_parameters {
+    text<2> netstatus;
+    text<16> ifname;
+    text<IPV4_TEXT_SIZE> ipv4;
+    text<64> ipv6;
+    text<30> dns1, dns2;
+};
+
+struct wan_parameters {
+    text<2> netstatus;
+    text<IPV4_TEXT_SIZE> ipv4, netmask, gateway;
+    text<30> dns1, dns2;
+};
+
+} // namespace
+
+static mobile_parameters gather_mobile(const char *pdp_type) {
+    mobile_parameters mobile;
+    mobile.netstatus = item_text<2>(DI_IFA_MOBILE_NETSTATUS);
+    mobile.ifname = item_ifname_or<16>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_IFNAME.mobile);
+    if (strcmp(pdp_type, "IPV6") == 0 || strcmp(pdp_type, "IPV4V6") == 0)
+        mobile.ipv6 = item_text<64>(DI_IFA_MOBILE_IPV6_IP);
+    mobile.ipv4 = item_text<IPV4_TEXT_SIZE>(DI_IFA_MOBILE_IP);
+    if (mobile.ipv4.empty())
+        cmd_get_ipv4_address(mobile.ifname.c_str(), mobile.ipv4.data());
+    mobile.dns1 = item_text<30>(DI_IFA_MOBILE_DNS);
+    mobile.dns2 = item_text<30>(DI_IFA_MOBILE_DNS2);
+    return mobile;
+}
+
+static void gather_wan_from_items(const uplink &source, wan_parameters &wan) {
+    const learned_address<16> learned = read_learned_address<16>(source);
+    wan.ipv4 = learned.ipv4;
+    wan.netmask = learned.netmask;
+    wan.gateway = item_text<IPV4_TEXT_SIZE>(source.gateway);
+    wan.dns1 = item_text<30>(source.dns1);
+    wan.dns2 = item_text<30>(source.dns2);
+}
+
+static void gather_wan_from_settings(wan_parameters &wan) {
+    wan.ipv4 = setting_text<IPV4_TEXT_SIZE>("USR_WAN_IPADDR_V4");
+    wan.netmask = setting_text<IPV4_TEXT_SIZE>("USR_WAN_SUBMASK_V4");
+    wan.gateway = setting_text<IPV4_TEXT_SIZE>("USR_WAN_GATEWAY_V4");
+    wan.dns1 = setting_text<30>("USR_WAN_FIRSTDNS_V4");
+    wan.dns2 = setting_text<30>("USR_WAN_SECDNS_V4");
+}
+
+static bool is_connected(const mobile_parameters &mobile) {
+    return is_one(mobile.netstatus) && !(mobile.ipv4.empty() && mobile.ipv6.empty()) &&
+           !(mobile.dns1.empty() && mobile.dns2.empty());
+}
+
+static bool is_connected(const wan_parameters &wan) {
+    return is_one(wan.netstatus) && !wan.ipv4.empty() && !wan.netmask.empty() &&
+           !wan.gateway.empty() && !(wan.dns1.empty() && wan.dns2.empty());
+}
+
+int uplinkd_update_connstatus() {
+    const int link_detection = get_CFG_int("USR_WAN_LINK_DETECT_SW");
+    const int wan_mode = get_CFG_int("USR_WAN_MODE");
+    if (link_detection != 0)
+        return 0;
+
+    const text<12> ipmode = setting_text<12>("USR_WAN_IPMODE");
+    const text<8> pdp_type = setting_text<8>("USR_APN_PDP_TYPE");
+    const uplink *source = uplink_of_mode(wan_mode);
+
+    wan_parameters wan;
+    mobile_parameters mobile;
+    if (source != nullptr)
+        wan.netstatus = item_text<2>(source->netstatus);
+    if (uses_mobile(wan_mode))
+        mobile = gather_mobile(pdp_type.c_str());
+    if (source != nullptr) {
+        if (learns_address(*source, ipmode.c_str()))
+            gather_wan_from_items(*source, wan);
+        else
+            gather_wan_from_settings(wan);
+    }
+
+    set_devinfo_value_by_id(DI_IFA_MOBILE_CONNSTATUS, is_connected(mobile) ? "1" : "0", 1);
+    set_devinfo_value_by_id(source != nullptr ? source->connstatus : WIRED_UPLINK.connstatus,
+                            is_connected(wan) ? "1" : "0", 1);
+    return 0;
+}

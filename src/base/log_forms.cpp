@@ -1,0 +1,70 @@
+#include "base/log_forms.h"
+
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+#include <poll.h>
+#include <unistd.h>
+
+#include "base/text.h"
+
+int uplinkd_debug_mode = 0;
+
+// The longest console text; whatever exceeds it is cut.
+static constexpr int CONSOLE_TEXT_SIZE = 1024;
+// How long a console may be unready, for example stopped with Ctrl-S, before lines are dropped.
+static constexpr int CONSOLE_PATIENCE_MS = 100;
+
+static bool console_is_ready() {
+    pollfd console = {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    return poll(&console, 1, CONSOLE_PATIENCE_MS) == 1;
+}
+
+// Writes without being ended by a pipe whose reader has gone. (Ignoring SIGPIPE for good would be
+// inherited by every client that is started.)
+static void write_without_sigpipe(const char *data, size_t length) {
+    sigset_t sigpipe, previous;
+    sigemptyset(&sigpipe);
+    sigaddset(&sigpipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &sigpipe, &previous);
+    if (write(STDOUT_FILENO, data, length) < 0) {
+        const timespec at_once = {};
+        sigtimedwait(&sigpipe, nullptr, &at_once);
+    }
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+}
+
+static void hide_control_characters(char *text) {
+    for (; *text != '\0'; text++) {
+        const bool control = static_cast<unsigned char>(*text) < ' ' || *text == '\x7f';
+        if (control && *text != '\n' && *text != '\t')
+            *text = '?';
+    }
+}
+
+[[gnu::format(printf, 1, 0)]] static void console_write(const char *format, va_list args) {
+    text<CONSOLE_TEXT_SIZE> line;
+    int length = vsnprintf(line.data(), sizeof line.chars, format, args);
+    if (length >= line.size())
+        length = line.size() - 1;
+    hide_control_characters(line.data());
+    if (length > 0 && console_is_ready())
+        write_without_sigpipe(line.c_str(), static_cast<size_t>(length));
+}
+
+[[gnu::format(printf, 1, 2)]] static void console_print(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    console_write(format, args);
+    va_end(args);
+}
+
+void console_line(const char *function, int line, const char *format, ...) {
+    console_print("[uplinkd] %s--%s--%d: ", "uplinkd", function, line);
+    va_list args;
+    va_start(args, format);
+    console_write(format, args);
+    va_end(args);
+    console_print("\n");
+}

@@ -1,0 +1,90 @@
+// Leaves the mode that was handled last and enters the configured one, also when both are the same:
+// a repeated message takes the uplink down and up again.
+
+#include "daemon/wan_mode_change.h"
+
+#include "base/log_forms.h"
+#include "base/messages.h"
+#include "base/outgoing.h"
+#include "base/text.h"
+#include "daemon/wan_status_change.h"
+#include "daemon/wired_port_change.h"
+#include "daemon/wireless_link_change.h"
+#include "platform/flag_store.h"
+#include "provision/wan_mode_script.h"
+#include "provision/wired_wan.h"
+#include "provision/wireless_wan.h"
+#include "wan/modes.h"
+#include "wan/uplinks.h"
+
+// What the previous run saw; empty before the first. Handlers only, under their mutex.
+static text<8> last_wan_mode;
+static text<8> last_priority_strategy;
+
+static constexpr int NO_PREVIOUS_MODE = -1;
+
+static void leave_wired(int old_mode) {
+    if (!uplinkd_is_wan_mode_script_present()) {
+        uplinkd_process_wired_down(old_mode);
+        return;
+    }
+    run_wan_mode_script_reset();
+    record_uplink_down(WIRED_UPLINK);
+}
+
+// The script is asked in any case; without one, the daemon's own tear-down stands in, while the
+// interface-name item still names the interface.
+static void leave_wireless(int old_mode) {
+    run_wan_mode_script_reset();
+    if (!uplinkd_is_wan_mode_script_present())
+        uplinkd_process_wlan_down(old_mode);
+    record_uplink_down(*uplink_of_mode(old_mode));
+}
+
+int wan_mode_change_handler() {
+    const text<4> wan_mode = setting_text<4>("USR_WAN_MODE");
+    const text<4> strategy = setting_text<4>("USR_WAN_COMMUNICATION_PRIORITY_STRATEGY");
+
+    UPLINKD_DEBUG("wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
+                  last_wan_mode.c_str());
+    UPLINKD_DEBUG("priority_strategy_current ->%s , priority_strategy ->%s\n", strategy.c_str(),
+                  last_priority_strategy.c_str());
+    UPLINKD_TRACE(LOG_EVENT, "wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
+                  last_wan_mode.c_str());
+    UPLINKD_TRACE(LOG_EVENT, "priority_strategy_current ->%s , priority_strategy ->%s\n",
+                  strategy.c_str(), last_priority_strategy.c_str());
+
+    flag_set(SUBNET_CONFLICT_FLAG, "0");
+
+    const int old_mode = last_wan_mode.empty() ? NO_PREVIOUS_MODE : to_int(last_wan_mode.c_str());
+    const int new_mode = to_int(wan_mode.c_str());
+
+    if (is_wireless_mode(old_mode))
+        leave_wireless(old_mode);
+    else if (is_wired_mode(old_mode))
+        leave_wired(old_mode);
+    else if (old_mode != WAN_MODE_MOBILE && old_mode != NO_PREVIOUS_MODE)
+        UPLINKD_TRACE(LOG_EVENT, "invalid wan_mode: %d", old_mode);
+
+    UPLINKD_DEBUG("detect wan_mode from %d change to %d", old_mode, new_mode);
+    UPLINKD_TRACE(LOG_EVENT, "detect wan_mode from %d change to %d", old_mode, new_mode);
+
+    if (is_wireless_mode(new_mode))
+        uplinkd_wireless_status_recheck();
+    else if (is_wired_mode(new_mode))
+        wan_wired_status_change_handler();
+    else if (new_mode == WAN_MODE_MOBILE)
+        uplinkd_send_msg2pfilterd(PFILTERD_MSG_ID_WAN_CHANGED, nullptr, 0);
+    else
+        UPLINKD_TRACE(LOG_EVENT, "invalid wan_mode: %d", new_mode);
+
+    last_wan_mode = to_text<8>(wan_mode.c_str());
+    last_priority_strategy = to_text<8>(strategy.c_str());
+    wan_status_change_handler();
+    return 0;
+}
+
+int uplinkd_wireless_status_recheck() {
+    wan_wireless_status_change_handler(nullptr);
+    return 0;
+}

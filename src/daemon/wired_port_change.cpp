@@ -1,0 +1,110 @@
+// Compares the WAN port's link with the one seen last, and with the network status, which others
+// reset to have an unchanged link evaluated again.
+
+#include "daemon/wired_port_change.h"
+
+#include <array>
+
+#include "arbitration/connection_status.h"
+#include "base/log_forms.h"
+#include "base/messages.h"
+#include "base/outgoing.h"
+#include "base/text.h"
+#include "platform/config_store.h"
+#include "platform/flag_store.h"
+#include "provision/wan_mode_script.h"
+#include "provision/wired_wan.h"
+#include "wan/items.h"
+#include "wan/modes.h"
+#include "wan/uplinks.h"
+
+namespace {
+
+constexpr int PORT_COUNT = 8;
+constexpr int DEFAULT_WAN_PORT = 3;
+constexpr int PORT_LINKED = 1;
+
+using port_states = std::array<int, PORT_COUNT>;
+
+} // namespace
+
+// The states at the last evaluation that was not skipped. Handlers only, under their mutex.
+static port_states uplinkd_wan_port_last_status = {-1, -1, -1, -1, -1, -1, -1, -1};
+
+static size_t wan_port() {
+    const char digit = item_text<2>(DI_WAN_PORT_INDEX).chars[0];
+    return static_cast<size_t>(digit >= '0' && digit < '0' + PORT_COUNT ? digit - '0'
+                                                                        : DEFAULT_WAN_PORT);
+}
+
+// States that a short or malformed list does not give are 0; an empty list gives -1 throughout.
+static port_states read_port_states() {
+    text<32> list = item_text<32>(DI_PORT_STATUS_LIST);
+    if (list.empty())
+        list = {"-1,-1,-1,-1,-1,-1,-1,-1"};
+    port_states states = {};
+    const char *rest = list.c_str();
+    for (int &state : states) {
+        char *end;
+        const int number = to_int(rest, &end);
+        if (end == rest)
+            break;
+        state = number;
+        if (*end != ',')
+            break;
+        rest = end + 1;
+    }
+    return states;
+}
+
+static void bring_up(int wan_mode) {
+    if (!uplinkd_is_wan_mode_script_present()) {
+        uplinkd_process_wired_up(wan_mode);
+        return;
+    }
+    record_uplink_up(WIRED_UPLINK);
+    run_wan_mode_script_set();
+}
+
+static void take_down(int wan_mode) {
+    if (!uplinkd_is_wan_mode_script_present()) {
+        uplinkd_process_wired_down(wan_mode);
+        return;
+    }
+    run_wan_mode_script_reset();
+    flag_set(SUBNET_CONFLICT_FLAG, "0");
+    record_uplink_down(WIRED_UPLINK);
+}
+
+int wan_wired_status_change_handler() {
+    const size_t port = wan_port();
+    const int wan_mode = get_CFG_int("USR_WAN_MODE");
+    const int netstatus = to_int(item_text<8>(DI_IFA_WIRED_WAN_NETSTATUS).c_str());
+    const port_states states = read_port_states();
+    const int current = states[port];
+    const int last = uplinkd_wan_port_last_status[port];
+    if (current == last && netstatus == current)
+        return 0;
+
+    UPLINKD_DEBUG("detect wan_port_status change form %d to %d", last, current);
+    UPLINKD_DEBUG("wan_port_status_current %d , wired_netstatus %d", current, netstatus);
+    UPLINKD_DEBUG("wan_mode_current (%d)", wan_mode);
+    UPLINKD_TRACE(LOG_EVENT, "detect wan_port_status change form %d to %d", last, current);
+    UPLINKD_TRACE(LOG_EVENT, "wan_port_status_current %d , wired_netstatus %d", current, netstatus);
+
+    if (is_wired_mode(wan_mode)) {
+        if (current == PORT_LINKED) {
+            bring_up(wan_mode);
+        } else {
+            take_down(wan_mode);
+            const int result = uplinkd_send_async_msg(APP_ID_LINKPROBE,
+                                                      LINKPROBE_MSG_ID_WAN_LINK_BROKEN, nullptr, 0);
+            UPLINKD_TRACE(
+                LOG_EVENT,
+                "wired port linkdown detected,  inform linkprobe immediately.. ret = (%d)", result);
+        }
+    }
+    uplinkd_wan_port_last_status = states;
+    uplinkd_update_connstatus();
+    return 0;
+}
