@@ -53,14 +53,16 @@ watch_changes() {
     done
 }
 
-# Events are held back for a moment, so that those of different sources can be put in order.
+# Events are held back until all sources have been read well after they happened, so that they can
+# be put in order.
 print_timeline() {
-    local finished=
+    local finished= before
     until [ "$finished" ]; do
         pause 0.1
         [ ! -e /run/lab/finished ] || finished=1
+        before=$((${EPOCHREALTIME/./} - 250000))
         read_records
-        print_events "$finished"
+        print_events "$finished" $before
     done
 }
 
@@ -124,12 +126,11 @@ log_event() {
     fi
 }
 
-print_events() { # ALL?
-    local time kind text limit held=()
+print_events() { # ALL? BEFORE_MICROSECONDS
+    local time kind text held=()
     [ ${#PENDING[@]} -gt 0 ] || return 0
-    limit=$((${EPOCHREALTIME/./} - 250000))
     while IFS=' ' read -r time kind text; do
-        if [ -z "$1" ] && [ "${time/./}" -gt $limit ]; then
+        if [ -z "$1" ] && [ "${time/./}" -gt "$2" ]; then
             held+=("$time $kind $text")
         else
             print_event $((${time/./} - ${START/./})) "$kind" "$text"
