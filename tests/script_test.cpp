@@ -50,6 +50,27 @@ TEST(script_runner, goes_past_what_lies_in_its_way) {
         }
 }
 
+// A pppd that dies while the next batch is built still has to run its down scripts; who kept the
+// old file open since it was writable for all is to have no part in the new one.
+TEST(script_runner, keeps_a_script_executable_and_to_itself) {
+    uplinkd_file_append_line(FILE_PATH, "old");
+    chmod(FILE_PATH, 0777);
+    std::ofstream kept_open(FILE_PATH, std::ios::app);
+    EXPECT_EQ(uplinkd_file_truncate(FILE_PATH), 0);
+    EXPECT_EQ(fs::status(FILE_PATH).permissions(), fs::perms{0755});
+    kept_open << "his" << std::flush;
+    EXPECT_EQ(file_text(FILE_PATH), "");
+}
+
+TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
+    fs::create_symlink("/tmp/ram_disk", "/etc/ppp/chap-secrets");
+    write_file("/tmp/ram_disk", "old\n");
+    EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), 0);
+    EXPECT_EQ(uplinkd_file_append_line("/etc/ppp/chap-secrets", "new"), 0);
+    EXPECT_EQ(file_text("/tmp/ram_disk"), "new\n");
+    EXPECT_TRUE(fs::is_symlink("/etc/ppp/chap-secrets"));
+}
+
 static std::string through_shell(const std::string &command) {
     FILE *shell = popen(command.c_str(), "r");
     std::string output;

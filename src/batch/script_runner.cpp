@@ -19,15 +19,31 @@ static bool is_foreign(const struct stat &file) {
     return !S_ISREG(file.st_mode) || file.st_uid != geteuid() || file.st_nlink != 1;
 }
 
-static mode_t mode_of(const char *path) {
-    return strncmp(path, SECRETS_FOLDER, strlen(SECRETS_FOLDER)) == 0 ? 0600 : 0644;
-}
+static constexpr mode_t SCRIPT_MODE = 0644;
+static constexpr mode_t SECRETS_MODE = 0600;
+static constexpr mode_t EXECUTE_BITS = 0111;
 
 // O_NONBLOCK, because a planted FIFO must not hold us up.
-static constexpr int OPEN_FLAGS = O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+static constexpr int OPEN_FLAGS = O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC;
 
-static int create_file(const char *path) {
-    return open(path, OPEN_FLAGS | O_CREAT | O_EXCL, mode_of(path));
+// Only root can put anything there, so a link, to a RAM disk for example, is root's own wish.
+static bool is_secrets_file(const char *path) {
+    return strncmp(path, SECRETS_FOLDER, strlen(SECRETS_FOLDER)) == 0;
+}
+
+static int open_secrets(const char *path) {
+    const int file = open(path, OPEN_FLAGS | O_CREAT, SECRETS_MODE);
+    struct stat status;
+    if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
+        fchmod(file, SECRETS_MODE) == 0)
+        return file;
+    if (file >= 0)
+        close(file);
+    return -1;
+}
+
+static int create_file(const char *path, mode_t mode = SCRIPT_MODE) {
+    return open(path, OPEN_FLAGS | O_CREAT | O_EXCL, mode);
 }
 
 // A folder in the way is removed, or moved aside if it is not empty.
@@ -42,26 +58,29 @@ static bool clear_away_folder(const char *path) {
 }
 
 // Opens the file at PATH, or a new one in the place of anything that is not ours alone: a link, a
-// FIFO, a folder, another user's file, or one with more permissions than we give, which somebody
-// may have kept open since the last batch. Returns a descriptor, or -1.
+// FIFO, a folder, another user's file, or one that others may write, who may have kept it open
+// since the last batch. A script of ours stays executable: its pppd may be about to run it.
+// Returns a descriptor, or -1.
 static int open_replacing(const char *path) {
     int file = create_file(path);
     if (file >= 0)
         return file;
-    file = open(path, OPEN_FLAGS);
+    file = open(path, OPEN_FLAGS | O_NOFOLLOW);
     if (file < 0 && errno != ELOOP && errno != ENXIO && errno != EACCES && errno != EISDIR)
         return -1; // out of descriptors, for example: no reason to remove anything
+    mode_t mode = SCRIPT_MODE;
     if (file >= 0) {
         struct stat status;
-        const bool ours = fstat(file, &status) == 0 && !is_foreign(status) &&
-                          (status.st_mode & 0777 & ~mode_of(path)) == 0;
-        if (ours)
-            return file;
+        if (fstat(file, &status) == 0 && !is_foreign(status)) {
+            mode |= status.st_mode & EXECUTE_BITS;
+            if ((status.st_mode & 0777 & ~mode) == 0)
+                return file;
+        }
         close(file);
     }
     if (unlink(path) != 0 && !(errno == EISDIR && clear_away_folder(path)))
         return -1;
-    return create_file(path);
+    return create_file(path, mode);
 }
 
 // Opens the file at PATH to append, or creates it. What is not ours alone is refused: it cannot
@@ -70,7 +89,7 @@ static int open_own(const char *path) {
     int file = create_file(path);
     if (file >= 0)
         return file;
-    file = open(path, OPEN_FLAGS);
+    file = open(path, OPEN_FLAGS | O_NOFOLLOW);
     if (file < 0)
         return -1;
     struct stat status;
@@ -81,7 +100,7 @@ static int open_own(const char *path) {
 }
 
 int uplinkd_file_truncate(const char *path) {
-    const int file = open_replacing(path);
+    const int file = is_secrets_file(path) ? open_secrets(path) : open_replacing(path);
     if (file < 0)
         return -1;
     const int result = ftruncate(file, 0);
@@ -101,7 +120,7 @@ static void append_whole(int file, const char *data, size_t length) {
 }
 
 static int append(const char *path, const char *data, int length) {
-    const int file = open_own(path);
+    const int file = is_secrets_file(path) ? open_secrets(path) : open_own(path);
     if (file < 0)
         return -1;
     append_whole(file, data, static_cast<size_t>(length));

@@ -4,10 +4,11 @@
 // A batch: truncate the script, append "# rewrite by <owner>", append the commands, execute. Only
 // one batch may be built at a time; the handlers, which build them, never run concurrently.
 //
-// The files lie where other users may write. Truncating replaces whatever is not this program's
-// alone (a link, a FIFO, a folder, another user's file), and appending to such a thing is refused,
-// so nobody else's text is ever run, and nobody else's file written. Files are created 0644, those
-// in SECRETS_FOLDER 0600, less what the umask takes away.
+// Scripts lie where other users may write. Truncating one puts a new file in the place of whatever
+// is not this program's alone: a link, a FIFO, a folder, another user's file, and also a script of
+// its own that a batch has made writable for all. Appending to a foreign thing is refused. A script
+// is created 0644, less what the umask takes away, and keeps the execute bits of the one it
+// replaces. The secrets are 0600; SECRETS_FOLDER is root's own, so a link there is followed.
 #pragma once
 
 #include <sys/types.h>
