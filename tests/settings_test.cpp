@@ -68,30 +68,46 @@ TEST(wan_settings, read_the_keys_of_their_index) {
     }
 }
 
-TEST(ppp_secrets, belong_to_root_and_take_no_control_characters) {
+TEST(wan_settings, leave_the_buffers_alone_where_there_is_no_index) {
     const auto read_user = uplinkd_cfg_get_ppp_user_and_pwd_by_idx;
     char user[32] = "before", password[5] = "";
     EXPECT_EQ(read_user(user, sizeof user, password, sizeof password, 9), -1);
     EXPECT_EQ(read_user(user, sizeof user, nullptr, 0, 9), -1);
     EXPECT_STREQ(user, "before");
+    EXPECT_CALLS(4, "log 1 uplinkd_cfg_get_ppp_user_and_pwd_by_idx: got invalid wan idx(9)");
+}
+
+TEST(ppp_secrets, hold_what_pppd_reads_back) {
+    const struct {
+        const char *user, *pwd, *line, *log;
+    } cases[] = {
+        {"p$w", "p&w*r(d)!", "p$w * p&w*r(d)!\n", ""},
+        {"@/me", "~{a};|<b>?`^[x]", "@/me * ~{a};|<b>?`^[x]\n", ""},
+        {"\xc3\xa9.1", "a b", "\xc3\xa9.1 * \"a b\"\n", ""},
+        {"a'b", "a\"b\\", "\"a'b\" * \"a\\\"b\\\\\"\n", ""},
+        {"a\\", "#", "\"a\\\\\" * \"#\"\n", ""},
+        {"me", "@/etc/passwd", "",
+         "PPPoE password refused: it begins with @/ as the name of a file does"},
+        {"me", "a\nb * c", "", "PPPoE password refused: a control character in it"},
+        {"a\x7f", "x", "", "PPPoE user name refused: a control character in it"},
+        {"", "x", "", "got empty user or pwd"},
+        {"me", "", "", "got empty user or pwd"},
+    };
     write_file(CHAP_SECRETS, "old * old\n");
     chmod(CHAP_SECRETS, 0644);
-    uplinkd_ppp_clean_secrets();
-    memory::settings = {{"USR_WAN_PPPOE_USERNAME", "me"}, {"USR_WAN_PPPOE_PASSWORD", "a\nb * c"}};
-    ppp_cfg_set cfg = {};
-    uplinkd_ppp_get_cfg_by_idx(&cfg, 0);
-    EXPECT_EQ(uplinkd_ppp_add_user_and_pwd_2_secret(&cfg), -1);
-    for (const char *path : {CHAP_SECRETS, PAP_SECRETS}) {
-        struct stat status;
-        ASSERT_EQ(stat(path, &status), 0) << path;
-        EXPECT_EQ(status.st_mode & 07777, 0600U) << path;
-        EXPECT_EQ(status.st_size, 0) << path;
+    for (const auto &one : cases) {
+        SCOPED_TRACE(std::string(one.user) + " " + one.pwd);
+        uplinkd_ppp_clean_secrets();
+        ppp_cfg_set cfg = {};
+        cfg.ppp_user = to_text<32>(one.user), cfg.ppp_pwd = to_text<32>(one.pwd);
+        EXPECT_EQ(uplinkd_ppp_add_user_and_pwd_2_secret(&cfg), *one.line != '\0' ? 0 : -1);
+        EXPECT_EQ(file_text(CHAP_SECRETS), one.line);
+        EXPECT_EQ(file_text(PAP_SECRETS), one.line);
+        EXPECT_EQ(std::filesystem::status(CHAP_SECRETS).permissions(),
+                  std::filesystem::perms{0600});
+        const std::string function = "log 1 uplinkd_ppp_add_user_and_pwd_2_secret: ";
+        EXPECT_CALLS(1, *one.log != '\0' ? function + one.log : "");
     }
-    EXPECT_CALLS(1, R"(
-        log 1 uplinkd_cfg_get_ppp_user_and_pwd_by_idx: got invalid wan idx(9)
-        log 1 uplinkd_cfg_get_ppp_mtu_by_idx: got invalid mtu, using default(1500)
-        log 1 uplinkd_cfg_get_ppp_mru_by_idx: got invalid mru, return with (0)
-        log 1 uplinkd_ppp_add_user_and_pwd_2_secret: got empty user or pwd)");
 }
 
 TEST(client_files, are_removed_by_index) {

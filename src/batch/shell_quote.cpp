@@ -67,15 +67,28 @@ quoted_text shell_word_in_double_quotes(const char *value) {
     return escape(shell_word(value).c_str(), "\\\"$`", "");
 }
 
+// What ends a bare word, begins a comment, quotes or escapes.
+static constexpr std::string_view SPECIAL_IN_SECRETS = " \"'\\#";
+
+quoted_text secrets_word(const char *value) {
+    if (std::string_view(value).find_first_of(SPECIAL_IN_SECRETS) == std::string_view::npos)
+        return as_it_is(value);
+    return escape(value, "\\\"", "\"");
+}
+
 static bool is_control(char c) {
     return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
 }
 
-quoted_text secrets_word(const char *value) {
-    const std::string_view text = value;
-    if (std::any_of(text.begin(), text.end(), is_control) || text.starts_with("@/"))
-        return {};
-    if (is_plain(text))
-        return as_it_is(text);
-    return escape(text, "\\\"", "\"");
+const char *fault_of_ppp_user(const char *value) {
+    const std::string_view name = value;
+    return std::any_of(name.begin(), name.end(), is_control) ? "a control character in it"
+                                                             : nullptr;
+}
+
+const char *fault_of_ppp_password(const char *value) {
+    // Quoted or not, pppd takes such a secret for the name of a file to read the secret from.
+    if (std::string_view(value).starts_with("@/"))
+        return "it begins with @/ as the name of a file does";
+    return fault_of_ppp_user(value);
 }

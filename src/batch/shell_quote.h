@@ -1,5 +1,6 @@
-// Values from settings and items enter shell lines and files; these keep them values. Ordinary
-// ones, which hold only letters, digits and _ . / : @ % + = , -, are written as they are.
+// Values from settings and items enter shell lines and files; these keep them values. In a shell
+// line those of letters, digits and _ . / : @ % + = , - stand as they are; in a secrets file all do
+// that its own syntax takes bare.
 #pragma once
 
 // Room for a value of 31 characters of which each one needs quoting, twice.
@@ -19,7 +20,11 @@ quoted_text shell_word(const char *value);
 // The same for a word inside a double-quoted command, which one shell reads to hand it to another.
 quoted_text shell_word_in_double_quotes(const char *value);
 
-// VALUE as one word of a PPP secrets file (pppd(8), AUTHENTICATION), in double quotes where it
-// needs them. Empty for a value that the file cannot hold: one with a control character, or one
-// that begins with "@/", which pppd would take for the name of a file to read the secret from.
+// VALUE as one word of a PPP secrets file, in double quotes where the reader of that file needs
+// them (pppd(8), AUTHENTICATION). The file can hold no control character: see
+// fault_of_ppp_password.
 quoted_text secrets_word(const char *value);
+
+// Why a PPP secrets file cannot hold the value, in words that end "... refused: "; null if it can.
+const char *fault_of_ppp_user(const char *value);
+const char *fault_of_ppp_password(const char *value);

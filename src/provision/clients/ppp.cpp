@@ -113,15 +113,22 @@ int uplinkd_ppp_write_ipv6_down_script(const char *path, const wan_di_set *set, 
 int uplinkd_ppp_add_user_and_pwd_2_secret(const ppp_cfg_set *cfg) {
     if (cfg == nullptr)
         return -1;
-    // What no secrets file can hold counts as empty.
-    const quoted_text user = secrets_word(cfg->ppp_user.c_str());
-    const quoted_text pwd = secrets_word(cfg->ppp_pwd.c_str());
-    if (user.empty() || pwd.empty()) {
+    const char *user = cfg->ppp_user.c_str(), *pwd = cfg->ppp_pwd.c_str();
+    if (cfg->ppp_user.empty() || cfg->ppp_pwd.empty()) {
         UPLINKD_TRACE(LOG_REJECTED, "got empty user or pwd");
         return -1;
     }
+    if (const char *fault = fault_of_ppp_user(user); fault != nullptr) {
+        UPLINKD_TRACE(LOG_REJECTED, "PPPoE user name refused: %s", fault);
+        return -1;
+    }
+    if (const char *fault = fault_of_ppp_password(pwd); fault != nullptr) {
+        UPLINKD_TRACE(LOG_REJECTED, "PPPoE password refused: %s", fault);
+        return -1;
+    }
     for (const char *secrets : {CHAP_SECRETS, PAP_SECRETS})
-        uplinkd_file_append_line(secrets, "%s * %s", user.c_str(), pwd.c_str());
+        uplinkd_file_append_line(secrets, "%s * %s", secrets_word(user).c_str(),
+                                 secrets_word(pwd).c_str());
     return 0;
 }
 

@@ -37,8 +37,8 @@ int uplinkd_ppp_write_ipv6_down_script(const char *path, const wan_di_set *set, 
                                        const char *dhcp_pid_fname, int app_id, int msg_id,
                                        const char *writer);
 
-// Adds the user to both secrets files. Returns 0; -1 for an absent record, or when the name or the
-// password is empty or holds a control character.
+// Adds the user to both secrets files. Returns 0; -1 for an absent record, an empty name or
+// password, or one that the files cannot hold, which the log says.
 int uplinkd_ppp_add_user_and_pwd_2_secret(const ppp_cfg_set *cfg);
 
 // Queues the start. Returns the result of the append, -1 for an absent argument.
