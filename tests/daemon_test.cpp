@@ -1,9 +1,13 @@
 // Start-up, outgoing messages, and the decision of the arbitration.
 #include <atomic>
+#include <fcntl.h>
+#include <poll.h>
 #include <thread>
+#include <unistd.h>
 
 #include "arbitration/arbitration.h"
 #include "arbitration/notice_timer.h"
+#include "base/log_forms.h"
 #include "base/outgoing.h"
 #include "daemon/dispatch.h"
 #include "daemon/startup.h"
@@ -72,6 +76,50 @@ TEST(outgoing, builds_one_record_a_message) {
                     "sockmsg_send_common_msg() send msg to myself!");
     EXPECT_EQ(uplinkd_send_msg(23, 1, payload.data(), 4097), -1);
     EXPECT_CALLS(-1, "");
+}
+
+// Two sends through one helper: their lines name the place that asked for each.
+TEST(log_forms, a_helper_logs_in_the_place_of_its_caller) {
+    uplinkd_send_msg(23, 1, nullptr, 0);
+    const std::string first = memory::last_log;
+    uplinkd_send_async_msg(23, 1, nullptr, 0);
+    const auto line_of = [](const std::string &text) {
+        return std::stoi(text.substr(text.find("--") + 2));
+    };
+    EXPECT_LT(line_of(first), line_of(memory::last_log));
+}
+
+static int waited_ms;
+extern "C" int poll(pollfd *files, nfds_t count, int timeout_ms) {
+    const timespec at_once = {};
+    const int ready = ppoll(files, count, &at_once, nullptr);
+    waited_ms += ready == 0 ? timeout_ms : 0;
+    return ready;
+}
+
+// A console stopped with Ctrl-S holds a handler up once; what is read later is whole lines.
+TEST(log_forms, a_console_that_nobody_reads_costs_its_patience_once) {
+    int ends[2];
+    char read_back[65536] = {};
+    ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+    while (write(ends[1], read_back, sizeof read_back) > 0)
+        ;
+    const int real_output = dup(STDOUT_FILENO);
+    dup2(ends[1], STDOUT_FILENO);
+    uplinkd_debug_mode = 1;
+    for (int i = 0; i < 50; ++i)
+        UPLINKD_DEBUG("lost");
+    const int waited = waited_ms;
+    while (read(ends[0], read_back, sizeof read_back) > 0)
+        ;
+    UPLINKD_DEBUG("a\x1b\tb");
+    dup2(real_output, STDOUT_FILENO);
+    uplinkd_debug_mode = 0;
+    EXPECT_EQ(waited, 100);
+    const ssize_t length = read(ends[0], read_back, sizeof read_back);
+    const std::string shown(read_back, static_cast<size_t>(length > 0 ? length : 0));
+    EXPECT_TRUE(shown.starts_with("[uplinkd] uplinkd--TestBody--")) << shown;
+    EXPECT_TRUE(shown.ends_with(": a?\tb\n")) << shown;
 }
 
 // Messages that arrive at the same time, on as many threads, build their batches one by one.

@@ -23,6 +23,7 @@ std::map<int, std::string> items;
 std::map<std::string, ipv4_network> interfaces;
 int bus_result = 0;
 uplinkd_msg_t carried;
+std::string last_log;
 std::function<void(const std::string &)> on_call;
 std::function<void(unsigned)> on_sleep;
 
@@ -32,6 +33,11 @@ static std::vector<std::string> calls;
 void note(const std::string &line) {
     const std::lock_guard guard(mutex);
     calls.push_back(line);
+}
+
+static void note_last_log(const std::string &text) {
+    const std::lock_guard guard(mutex);
+    last_log = text;
 }
 
 [[gnu::format(printf, 1, 0)]] static std::string expand(const char *format, va_list args) {
@@ -170,6 +176,7 @@ void savelog(int level, const char *format, ...) {
     sscanf(text.c_str(),
            level == 3 ? "[uplinkd] %63[a-z0-9_]:%n" : "[uplinkd] %63[a-z0-9_]--%*d:%n", function,
            &end);
+    note_last_log(text);
     record("log %d %s:%s", level, function, text.c_str() + end);
 }
 

@@ -30,6 +30,8 @@ extern std::map<std::string, ipv4_network> interfaces; // what an interface itse
 extern int bus_result;                                 // of registering and of every send
 extern uplinkd_msg_t carried;                          // the record sent last
 
+extern std::string last_log; // the line logged last, with its line number
+
 // Called after a call was recorded, on the caller's thread.
 extern std::function<void(const std::string &line)> on_call;
 // Called instead of recording a sleep.

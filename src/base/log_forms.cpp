@@ -1,5 +1,6 @@
 #include "base/log_forms.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -15,10 +16,15 @@ int uplinkd_debug_mode = 0;
 static constexpr int CONSOLE_TEXT_SIZE = 1024;
 // How long a console may be unready, for example stopped with Ctrl-S, before lines are dropped.
 static constexpr int CONSOLE_PATIENCE_MS = 100;
+// It has had that time, and has not been ready since. (The notice timer logs on a thread of its
+// own.)
+static std::atomic<bool> console_is_stuck = false;
 
-static bool console_is_ready() {
+static bool wait_for_console() {
     pollfd console = {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
-    return poll(&console, 1, CONSOLE_PATIENCE_MS) == 1;
+    const bool ready = poll(&console, 1, console_is_stuck ? 0 : CONSOLE_PATIENCE_MS) == 1;
+    console_is_stuck = !ready;
+    return ready;
 }
 
 // Writes without being ended by a pipe whose reader has gone. (Ignoring SIGPIPE for good would be
@@ -43,28 +49,35 @@ static void hide_control_characters(char *text) {
     }
 }
 
-[[gnu::format(printf, 1, 0)]] static void console_write(const char *format, va_list args) {
+// Returns whether the console was ready for the text.
+[[gnu::format(printf, 1, 0)]] static bool console_write(const char *format, va_list args) {
     text<CONSOLE_TEXT_SIZE> line;
     int length = vsnprintf(line.data(), sizeof line.chars, format, args);
     if (length >= line.size())
         length = line.size() - 1;
     hide_control_characters(line.data());
-    if (length > 0 && console_is_ready())
+    if (!wait_for_console())
+        return false;
+    if (length > 0)
         write_without_sigpipe(line.c_str(), static_cast<size_t>(length));
+    return true;
 }
 
-[[gnu::format(printf, 1, 2)]] static void console_print(const char *format, ...) {
+[[gnu::format(printf, 1, 2)]] static bool console_print(const char *format, ...) {
     va_list args;
     va_start(args, format);
-    console_write(format, args);
+    const bool was_ready = console_write(format, args);
     va_end(args);
+    return was_ready;
 }
 
-void console_line(const char *function, int line, const char *format, ...) {
-    console_print("[uplinkd] %s--%s--%d: ", "uplinkd", function, line);
+void console_line(const log_site &site, const char *format, ...) {
+    if (!console_print("[uplinkd] %s--%s--%d: ", "uplinkd", site.function, site.line))
+        return;
     va_list args;
     va_start(args, format);
-    console_write(format, args);
+    const bool shown = console_write(format, args);
     va_end(args);
-    console_print("\n");
+    if (shown)
+        console_print("\n");
 }

@@ -1,6 +1,7 @@
-// The two forms of a log line. Both name the emitting function, so they are macros: a line belongs
-// in the function whose name it is to print. A helper that logs for its callers takes their name
-// as a defaulted parameter, FUNCTION = __builtin_FUNCTION(), and uses the _AS forms.
+// The two forms of a log line. Both name the emitting function and its line, so they are macros: a
+// line belongs in the function whose name it is to print. A helper that logs for its callers takes
+// their place in the source as a defaulted parameter, `log_site site = caller_site()`, and uses the
+// _AT macros.
 #pragma once
 
 #include "platform/log.h"
@@ -15,24 +16,49 @@ inline constexpr int LOG_REJECTED = 1;
 inline constexpr int LOG_DEBUG_FALLBACK = 3;
 inline constexpr int LOG_ROUTINE = 4;
 
+// The place in the source that a line names.
+struct log_site {
+    const char *function;
+    int line;
+};
+constexpr log_site caller_site(const char *function = __builtin_FUNCTION(),
+                               int line = __builtin_LINE()) {
+    return {function, line};
+}
+
 // Trace form: always to the log, at the level given.
-#define UPLINKD_TRACE_AS(function, level, format, ...)                                             \
-    savelog(level, "[uplinkd] %s--%d: " format, function, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+#define UPLINKD_TRACE_AT(site, level, format, ...)                                                 \
+    savelog(level, "[uplinkd] %s--%d: " format, (site).function,                                   \
+            (site).line __VA_OPT__(, ) __VA_ARGS__)
 #define UPLINKD_TRACE(level, format, ...)                                                          \
-    UPLINKD_TRACE_AS(__func__, level, format __VA_OPT__(, ) __VA_ARGS__)
+    savelog(level, "[uplinkd] %s--%d: " format, __func__, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 
 // Debug form: to the console with -D, to the log at LOG_DEBUG_FALLBACK otherwise.
-#define UPLINKD_DEBUG_AS(function, format, ...)                                                    \
+#define UPLINKD_DEBUG_AT(site, format, ...)                                                        \
     do {                                                                                           \
         if (uplinkd_debug_mode == 1)                                                               \
-            console_line(function, __LINE__, format __VA_OPT__(, ) __VA_ARGS__);                   \
+            console_line(site, format __VA_OPT__(, ) __VA_ARGS__);                                 \
         else                                                                                       \
             savelog(LOG_DEBUG_FALLBACK, "[uplinkd] %s: " format,                                   \
-                    function __VA_OPT__(, ) __VA_ARGS__);                                          \
+                    (site).function __VA_OPT__(, ) __VA_ARGS__);                                   \
     } while (0)
-#define UPLINKD_DEBUG(format, ...) UPLINKD_DEBUG_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)
+#define UPLINKD_DEBUG(format, ...)                                                                 \
+    UPLINKD_DEBUG_AT((log_site{__func__, __LINE__}), format __VA_OPT__(, ) __VA_ARGS__)
+
+// For texts that are logged in both forms, each of which has all of them in their order:
+//     for (const log_form form : BOTH_FORMS) { UPLINKD_LOG(form, ...); UPLINKD_LOG(form, ...); }
+enum class log_form { debug, trace };
+inline constexpr log_form BOTH_FORMS[] = {log_form::debug, log_form::trace};
+#define UPLINKD_LOG(form, format, ...)                                                             \
+    do {                                                                                           \
+        if ((form) == log_form::debug)                                                             \
+            UPLINKD_DEBUG(format __VA_OPT__(, ) __VA_ARGS__);                                      \
+        else                                                                                       \
+            UPLINKD_TRACE(LOG_EVENT, format __VA_OPT__(, ) __VA_ARGS__);                           \
+    } while (0)
 
 // Three writes to standard output: the prefix, the text, a newline. Control characters in the text
-// are shown as '?'. A console that is gone, or that nobody reads, loses the line.
-[[gnu::format(printf, 3, 4)]] void console_line(const char *function, int line, const char *format,
-                                                ...);
+// are shown as '?', but for its tabs and newlines, which are the daemon's own as well. A console
+// that is gone loses the line; one that nobody reads is given 100 ms once, and then loses lines at
+// once until somebody reads it.
+[[gnu::format(printf, 2, 3)]] void console_line(const log_site &site, const char *format, ...);

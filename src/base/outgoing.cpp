@@ -8,14 +8,14 @@
 
 // Builds the record, sends it, and logs the outcome in the caller's name.
 static int send_record(int destination, int msg_id, const void *payload, int length,
-                       const char *function = __builtin_FUNCTION()) {
+                       log_site site = caller_site()) {
     const unsigned id = static_cast<unsigned>(msg_id);
     uplinkd_msg_t message = {};
     message.msg_id = msg_id;
     if (payload != nullptr && length > 0) {
         if (static_cast<size_t>(length) > sizeof message.payload) {
-            UPLINKD_TRACE_AS(function, LOG_EVENT,
-                             "msg (0x%x) refused: payload of %d bytes is too long", id, length);
+            UPLINKD_TRACE_AT(site, LOG_EVENT, "msg (0x%x) refused: payload of %d bytes is too long",
+                             id, length);
             return -1;
         }
         memcpy(message.payload, payload, static_cast<size_t>(length));
@@ -24,9 +24,9 @@ static int send_record(int destination, int msg_id, const void *payload, int len
     const int result = sockmsg_send_common_msg(destination, &message);
     const char *receiver = get_app_name_by_id(destination);
     if (result >= 0)
-        UPLINKD_TRACE_AS(function, LOG_EVENT, "send msg (0x%x) to %s successfully", id, receiver);
+        UPLINKD_TRACE_AT(site, LOG_EVENT, "send msg (0x%x) to %s successfully", id, receiver);
     else
-        UPLINKD_TRACE_AS(function, LOG_EVENT, "send msg (0x%x) to %s failed!", id, receiver);
+        UPLINKD_TRACE_AT(site, LOG_EVENT, "send msg (0x%x) to %s failed!", id, receiver);
     return result;
 }
 

@@ -85,25 +85,24 @@ static void store_priority(int priority) {
 }
 
 // Priority has passed to the mobile network, so its modem had better work. Logs in the caller's
-// name.
-static void reboot_if_modem_is_abnormal(const char *function = __builtin_FUNCTION()) {
+// place.
+static void reboot_if_modem_is_abnormal(log_site site = caller_site()) {
     if (!modem_is_abnormal())
         return;
     text<2> allowed = {"0"};
     cfg_get_item("SYS_REBOOT_WHEN_MODEM_UNORMAL", allowed.data(), allowed.size());
     if (allowed.empty()) {
-        UPLINKD_DEBUG_AS(function, "cfg_get DC_SYS_REBOOT_WHEN_MODEM_UNORMAL failed!");
+        UPLINKD_DEBUG_AT(site, "cfg_get DC_SYS_REBOOT_WHEN_MODEM_UNORMAL failed!");
         allowed = {"1"};
     }
     const bool reboot = is_one(allowed);
     if (!reboot && !uplinkd_reboot_refusal_pending)
         return;
     if (reboot)
-        UPLINKD_DEBUG_AS(function,
-                         "<<<<< System allow reboot when modem unormal, do it soon. <<<<<");
+        UPLINKD_DEBUG_AT(site, "<<<<< System allow reboot when modem unormal, do it soon. <<<<<");
     else
-        UPLINKD_DEBUG_AS(function, "<<<<< System not allow reboot when modem unormal. <<<<<");
-    UPLINKD_TRACE_AS(function, LOG_EVENT,
+        UPLINKD_DEBUG_AT(site, "<<<<< System not allow reboot when modem unormal. <<<<<");
+    UPLINKD_TRACE_AT(site, LOG_EVENT,
                      "uplinkd reboot system cause need switch to mobile network and modem unormal "
                      "detected...");
     log_bakup_imediately("uplinkd ask for reboot");

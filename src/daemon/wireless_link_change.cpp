@@ -53,10 +53,10 @@ static void take_down(const wlan_band &band) {
 
 // Acts on what has become of one band's link; logs in the handler's name.
 static void evaluate(const wlan_band &band, const text<4> &current, int wan_mode, bool refresh,
-                     const char *function = __builtin_FUNCTION()) {
+                     log_site site = caller_site()) {
     if (strcmp(current.c_str(), band.kept.c_str()) == 0 && !refresh)
         return;
-    UPLINKD_TRACE_AS(function, LOG_EVENT, "detect wlan_link_status_%s change %s to %s", band.name,
+    UPLINKD_TRACE_AT(site, LOG_EVENT, "detect wlan_link_status_%s change %s to %s", band.name,
                      band.kept.c_str(), current.c_str());
     if (wan_mode == band.wan_mode) {
         if (to_int(current.c_str()) == WLAN_LINKED)

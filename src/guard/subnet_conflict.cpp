@@ -61,7 +61,7 @@ static subnet read_subnet(const side &side, int idx) {
 
 // The search both checks share; logs in their name.
 static int find_conflict(const side &side, const char *wan_addr, const char *wan_mask,
-                         const char *function = __builtin_FUNCTION()) {
+                         log_site site = caller_site()) {
     if (wan_addr == nullptr || wan_mask == nullptr)
         return -1;
     const uint32_t enabled = enabled_subnets() >> side.first_bit;
@@ -70,16 +70,16 @@ static int find_conflict(const side &side, const char *wan_addr, const char *wan
             continue;
         const subnet lan = read_subnet(side, idx);
         if (lan.address.empty() || lan.netmask.empty()) {
-            UPLINKD_TRACE_AS(function, LOG_EVENT, "got invalid lan addr or lan mask");
+            UPLINKD_TRACE_AT(site, LOG_EVENT, "got invalid lan addr or lan mask");
             continue;
         }
-        UPLINKD_TRACE_AS(function, LOG_ROUTINE, "%slan idx:(%d), got addr:(%s), mask:(%s)",
+        UPLINKD_TRACE_AT(site, LOG_ROUTINE, "%slan idx:(%d), got addr:(%s), mask:(%s)",
                          side.progress_prefix, idx, lan.address.c_str(), lan.netmask.c_str());
         if (!is_one(lan.server_switch))
             continue;
         if (util_get_2_network_segment_relations4(lan.address.c_str(), lan.netmask.c_str(),
                                                   wan_addr, wan_mask) != SEGMENT_DISJOINT) {
-            UPLINKD_TRACE_AS(function, LOG_EVENT,
+            UPLINKD_TRACE_AT(site, LOG_EVENT,
                              "detect net segment v4 conflict!!!\n"
                              "%slan idx:(%d), addrv4:(%s), lan_netmask:(%s)\n"
                              "wan_addrv4:(%s), wan_maskv4:(%s)",
