@@ -1,5 +1,6 @@
-// A POSIX mutex with default attributes that clang's thread-safety analysis understands (std::mutex
-// needs libstdc++).
+// No service of the platform: locks for this project's own C++ code on both sides of the boundary.
+// A POSIX mutex with default attributes, and a condition, that clang's thread-safety analysis
+// understands; std::mutex would need libstdc++.
 #pragma once
 
 #include <pthread.h>
@@ -9,7 +10,9 @@
 #else
 #define UPLINKD_THREAD_ATTRIBUTE(x)
 #endif
-#define UPLINKD_GUARDED_BY(mutex) UPLINKD_THREAD_ATTRIBUTE(guarded_by(mutex))
+#define UPLINKD_GUARDED_BY(mutex)    UPLINKD_THREAD_ATTRIBUTE(guarded_by(mutex))
+#define UPLINKD_PT_GUARDED_BY(mutex) UPLINKD_THREAD_ATTRIBUTE(pt_guarded_by(mutex))
+#define UPLINKD_REQUIRES(mutex)      UPLINKD_THREAD_ATTRIBUTE(requires_capability(mutex))
 
 class UPLINKD_THREAD_ATTRIBUTE(capability("mutex")) uplinkd_mutex {
 public:
@@ -17,6 +20,7 @@ public:
     void unlock() UPLINKD_THREAD_ATTRIBUTE(release_capability()) { pthread_mutex_unlock(&mutex); }
 
 private:
+    friend class uplinkd_condition;
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 };
 
@@ -34,4 +38,16 @@ public:
 
 private:
     uplinkd_mutex &mutex;
+};
+
+// Lets who holds a mutex wait for another thread to change what it guards.
+class uplinkd_condition {
+public:
+    void wait(uplinkd_mutex &held) UPLINKD_REQUIRES(held) {
+        pthread_cond_wait(&condition, &held.mutex);
+    }
+    void signal() { pthread_cond_signal(&condition); }
+
+private:
+    pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
 };

@@ -9,9 +9,9 @@
 
 #include "platform/bus.h"
 #include "platform/host/files.h"
-#include "platform/host/mutex.h"
 #include "platform/host/places.h"
 #include "platform/log.h"
+#include "platform/mutex.h"
 #include "tools/cli.h"
 #include "tools/uplinkctl.h"
 
@@ -24,9 +24,9 @@ struct request {
 };
 
 struct output_t {
-    host::mutex lock; // held until "ready" is out, so that no record comes before it
-    request wanted HOST_GUARDED_BY(lock);
-    int printed HOST_GUARDED_BY(lock) = 0;
+    uplinkd_mutex lock; // held until "ready" is out, so that no record comes before it
+    request wanted UPLINKD_GUARDED_BY(lock);
+    int printed UPLINKD_GUARDED_BY(lock) = 0;
 };
 output_t output;
 
@@ -47,7 +47,7 @@ int payload_length(const uplinkd_msg_t &record) {
 }
 
 int print_record(const uplinkd_msg_t *record) {
-    host::mutex_guard hold(output.lock);
+    mutex_guard hold(output.lock);
     char line[80];
     snprintf(line, sizeof line, "0x%04X from %d bcast %d payload %d\n",
              static_cast<unsigned>(record->msg_id), record->src_app_id, record->bcast_marker,
@@ -89,7 +89,7 @@ int listen_to_bus(operands given) {
 
     init_log_params("UPLINKCTL");
     {
-        host::mutex_guard hold(output.lock);
+        mutex_guard hold(output.lock);
         output.wanted = wanted;
         if (init_sockmsg(wanted.app_id, print_record, 0) != 0)
             return cli::failure("cannot register application %d: it is registered already, or the "

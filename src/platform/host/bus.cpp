@@ -28,9 +28,9 @@
 #include <sys/un.h>
 
 #include "platform/host/files.h"
-#include "platform/host/mutex.h"
 #include "platform/host/places.h"
 #include "platform/log.h"
+#include "platform/mutex.h"
 
 static_assert(std::endian::native == std::endian::little, "records are little-endian");
 
@@ -51,18 +51,19 @@ constexpr int FULL_RECEIVER_PATIENCE_MS = 20;
 constexpr int SEND_BUFFER_SIZE = 1024 * 1024;
 
 struct inbox_t {
-    host::mutex lock;
-    host::condition arrived;
-    host::condition freed;
-    size_t first HOST_GUARDED_BY(lock) = 0;
-    size_t count HOST_GUARDED_BY(lock) = 0;
+    uplinkd_mutex lock;
+    uplinkd_condition arrived;
+    uplinkd_condition freed;
+    size_t first UPLINKD_GUARDED_BY(lock) = 0;
+    size_t count UPLINKD_GUARDED_BY(lock) = 0;
     std::array<uplinkd_msg_t, HELD_RECORDS + 1> slots;
 };
 inbox_t inbox;
 
 struct registration_t {
-    host::mutex lock;
-    bool delivering HOST_GUARDED_BY(lock) = false; // the delivery thread outlives a failed attempt
+    uplinkd_mutex lock;
+    bool delivering UPLINKD_GUARDED_BY(lock) =
+        false; // the delivery thread outlives a failed attempt
 };
 registration_t registration;
 
@@ -116,7 +117,7 @@ int sender_of(const sockaddr_un &address, socklen_t length) {
 // The slot for the next record; waits while all are taken. An empty inbox starts over at its first
 // slot, so that a quiet bus keeps only a few pages of it in memory.
 uplinkd_msg_t &free_slot() {
-    host::mutex_guard hold(inbox.lock);
+    mutex_guard hold(inbox.lock);
     while (inbox.count == inbox.slots.size())
         inbox.freed.wait(inbox.lock);
     if (inbox.count == 0)
@@ -125,20 +126,20 @@ uplinkd_msg_t &free_slot() {
 }
 
 void keep_slot() {
-    host::mutex_guard hold(inbox.lock);
+    mutex_guard hold(inbox.lock);
     inbox.count++;
     inbox.arrived.signal();
 }
 
 const uplinkd_msg_t &wait_for_record() {
-    host::mutex_guard hold(inbox.lock);
+    mutex_guard hold(inbox.lock);
     while (inbox.count == 0)
         inbox.arrived.wait(inbox.lock);
     return inbox.slots[inbox.first];
 }
 
 void release_record() {
-    host::mutex_guard hold(inbox.lock);
+    mutex_guard hold(inbox.lock);
     inbox.first = (inbox.first + 1) % inbox.slots.size();
     inbox.count--;
     inbox.freed.signal();
@@ -220,7 +221,7 @@ bool claim(int socket, const sockaddr_un &address) {
     return bound && chmod(address.sun_path, 0666) == 0;
 }
 
-bool register_application(int app_id, sockmsg_handler handler) HOST_REQUIRES(registration.lock) {
+bool register_application(int app_id, sockmsg_handler handler) UPLINKD_REQUIRES(registration.lock) {
     if (!host::make_folders(host::BUS_FOLDER))
         return false;
     host::descriptor socket{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
@@ -285,7 +286,7 @@ struct sending_socket {
 } // namespace
 
 int init_sockmsg(int app_id, sockmsg_handler handler, int) {
-    host::mutex_guard hold(registration.lock);
+    mutex_guard hold(registration.lock);
     if (app_id <= 0 || handler == nullptr || endpoint >= 0)
         return -1;
     if (register_application(app_id, handler))
