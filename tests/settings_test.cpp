@@ -9,9 +9,9 @@
 #include "wan/wan_settings.h"
 
 TEST(wan_settings, read_the_keys_of_their_index) {
-    const auto ipversion = uplinkd_cfg_get_wired_ipversion_by_idx;
-    const auto mode_v4 = uplinkd_cfg_get_wired_ipmode_v4_by_idx;
-    const auto mode_v6 = uplinkd_cfg_get_wired_ipmode_v6_by_idx;
+    const auto ipversion = [](int idx) { return int{uplinkd_cfg_get_wired_ipversion_by_idx(idx)}; };
+    const auto mode_v4 = [](int idx) { return int{uplinkd_cfg_get_wired_ipmode_v4_by_idx(idx)}; };
+    const auto mode_v6 = [](int idx) { return int{uplinkd_cfg_get_wired_ipmode_v6_by_idx(idx)}; };
     const auto sub_ports = [](int) { return uplinkd_cfg_get_wired_sub_port_num(); };
     const auto enabled = uplinkd_cfg_get_wired_sw_by_idx;
     const auto vlan_id = uplinkd_cfg_get_wired_vlan_id_by_idx;

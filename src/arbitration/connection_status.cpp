@@ -12,6 +12,7 @@
 #include "wan/ifname.h"
 #include "wan/items.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 
 namespace {
@@ -50,17 +51,17 @@ static void gather_wan_from_items(const uplink &source, wan_parameters &wan) {
     const learned_address<16> learned = read_learned_address<16>(source);
     wan.ipv4 = learned.ipv4;
     wan.netmask = learned.netmask;
-    wan.gateway = item_text<IPV4_TEXT_SIZE>(source.gateway);
-    wan.dns1 = item_text<30>(source.dns1);
-    wan.dns2 = item_text<30>(source.dns2);
+    wan.gateway = item_text<IPV4_TEXT_SIZE>(source.items.ipv4_gateway_id);
+    wan.dns1 = item_text<30>(source.items.ipv4_dns1_id);
+    wan.dns2 = item_text<30>(source.items.ipv4_dns2_id);
 }
 
 static void gather_wan_from_settings(wan_parameters &wan) {
-    wan.ipv4 = setting_text<IPV4_TEXT_SIZE>("USR_WAN_IPADDR_V4");
-    wan.netmask = setting_text<IPV4_TEXT_SIZE>("USR_WAN_SUBMASK_V4");
-    wan.gateway = setting_text<IPV4_TEXT_SIZE>("USR_WAN_GATEWAY_V4");
-    wan.dns1 = setting_text<30>("USR_WAN_FIRSTDNS_V4");
-    wan.dns2 = setting_text<30>("USR_WAN_SECDNS_V4");
+    wan.ipv4 = setting_text<IPV4_TEXT_SIZE>(USR_WAN_IPADDR_V4);
+    wan.netmask = setting_text<IPV4_TEXT_SIZE>(USR_WAN_SUBMASK_V4);
+    wan.gateway = setting_text<IPV4_TEXT_SIZE>(USR_WAN_GATEWAY_V4);
+    wan.dns1 = setting_text<30>(USR_WAN_FIRSTDNS_V4);
+    wan.dns2 = setting_text<30>(USR_WAN_SECDNS_V4);
 }
 
 static bool is_connected(const mobile_parameters &mobile) {
@@ -74,19 +75,19 @@ static bool is_connected(const wan_parameters &wan) {
 }
 
 int uplinkd_update_connstatus() {
-    const int link_detection = get_CFG_int("USR_WAN_LINK_DETECT_SW");
-    const int wan_mode = get_CFG_int("USR_WAN_MODE");
+    const int link_detection = get_CFG_int(USR_WAN_LINK_DETECT_SW);
+    const int wan_mode = get_CFG_int(USR_WAN_MODE);
     if (link_detection != 0)
         return 0;
 
-    const text<12> ipmode = setting_text<12>("USR_WAN_IPMODE");
-    const text<8> pdp_type = setting_text<8>("USR_APN_PDP_TYPE");
+    const text<12> ipmode = setting_text<12>(USR_WAN_IPMODE);
+    const text<8> pdp_type = setting_text<8>(USR_APN_PDP_TYPE);
     const uplink *source = uplink_of_mode(wan_mode);
 
     wan_parameters wan;
     mobile_parameters mobile;
     if (source != nullptr)
-        wan.netstatus = item_text<2>(source->netstatus);
+        wan.netstatus = item_text<2>(source->items.netstatus_id);
     if (uses_mobile(wan_mode))
         mobile = gather_mobile(pdp_type.c_str());
     if (source != nullptr) {
@@ -97,7 +98,7 @@ int uplinkd_update_connstatus() {
     }
 
     set_devinfo_value_by_id(DI_IFA_MOBILE_CONNSTATUS, is_connected(mobile) ? "1" : "0", 1);
-    set_devinfo_value_by_id(source != nullptr ? source->connstatus : WIRED_UPLINK.connstatus,
+    set_devinfo_value_by_id(source != nullptr ? source->connstatus_id : WIRED_UPLINK.connstatus_id,
                             is_connected(wan) ? "1" : "0", 1);
     return 0;
 }

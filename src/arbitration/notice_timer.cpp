@@ -18,6 +18,7 @@
 #include "platform/config_store.h"
 #include "wan/items.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 
 uplinkd_mutex uplinkd_notice_mutex;
 int uplinkd_notice_countdown = 0;
@@ -28,7 +29,7 @@ static constexpr int MAX_DELAY_MINUTES = 60;
 static constexpr int SECONDS_PER_MINUTE = 60;
 
 static int delay_seconds() {
-    int minutes = get_CFG_int("USR_FLOW_SMS_NOTICE_DELAY");
+    int minutes = get_CFG_int(USR_FLOW_SMS_NOTICE_DELAY);
     if (minutes < 1 || minutes > MAX_DELAY_MINUTES)
         minutes = DEFAULT_DELAY_MINUTES;
     return minutes * SECONDS_PER_MINUTE;
@@ -84,8 +85,8 @@ void *timer4uis_inform(void *) {
         if (is_one(item_text<4>(DI_IFA_MOBILE_NETSTATUS)))
             mobile_unseen = false;
         const int priority = to_int(item_text<4>(DI_IFA_WAN_PRIORITY).c_str());
-        const int wan_mode = get_CFG_int("USR_WAN_MODE");
-        const int strategy = get_CFG_int("USR_WAN_COMMUNICATION_PRIORITY_STRATEGY");
+        const int wan_mode = get_CFG_int(USR_WAN_MODE);
+        const int strategy = get_CFG_int(USR_WAN_COMMUNICATION_PRIORITY_STRATEGY);
         const int delay = delay_seconds();
 
         bool finished = true;

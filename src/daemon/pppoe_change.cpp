@@ -12,21 +12,24 @@
 #include "platform/devinfo_store.h"
 #include "provision/wan_mode_script.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 
 // Empties what the link had learned, and puts the WAN's own interface back in the PPP interface's
 // place.
 static void clear_ipv4_items(const uplink &wan) {
-    for (const int item : {wan.ipv4, wan.gateway, wan.dns1, wan.dns2, wan.netmask})
-        set_devinfo_value_by_id(item, "", 1);
-    set_devinfo_value_by_id(wan.ifname, wan.default_ifname,
+    const wan_di_set &items = wan.items;
+    for (const uint32_t id : {items.ipv4_addr_id, items.ipv4_gateway_id, items.ipv4_dns1_id,
+                              items.ipv4_dns2_id, items.ipv4_netmask_id})
+        set_devinfo_value_by_id(id, "", 1);
+    set_devinfo_value_by_id(items.ifname_id, wan.default_ifname,
                             static_cast<int>(strlen(wan.default_ifname)));
 }
 
 int uplinkd_pppoe_status_change_handler() {
-    const int wan_mode = get_CFG_int("USR_WAN_MODE");
-    const int link_detection = get_CFG_int("USR_WAN_LINK_DETECT_SW");
-    const text<12> ipmode = setting_text<12>("USR_WAN_IPMODE");
+    const int wan_mode = get_CFG_int(USR_WAN_MODE);
+    const int link_detection = get_CFG_int(USR_WAN_LINK_DETECT_SW);
+    const text<12> ipmode = setting_text<12>(USR_WAN_IPMODE);
     const text<2> wired_netstatus = item_text<2>(DI_IFA_WIRED_WAN_NETSTATUS);
     const int netstatus = wired_netstatus.empty() ? -1 : to_int(wired_netstatus.c_str());
     UPLINKD_DEBUG("wan mode(%d) netstatus(%d)", wan_mode, netstatus);

@@ -6,11 +6,12 @@
 #include "platform/devinfo_store.h"
 #include "wan/items.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 
 int uplinkd_priority_change_handler(const uplinkd_msg_t *message) {
     if (message == nullptr)
         return -1;
-    const int wan_mode = get_CFG_int("USR_WAN_MODE");
+    const int wan_mode = get_CFG_int(USR_WAN_MODE);
     if (wan_mode != WAN_MODE_BRIDGE_MIX) {
         UPLINKD_TRACE(LOG_EVENT, "wan_mode(%d) is not bridge mix mode ,do nothing", wan_mode);
         return 0;

@@ -18,8 +18,10 @@
 #include "platform/network.h"
 #include "provision/wan_mode_script.h"
 #include "provision/wired_wan.h"
+#include "wan/flags.h"
 #include "wan/ifname.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 #include "wan/wan_record.h"
 #include "wan/wan_settings.h"
@@ -32,8 +34,8 @@ static wan_address read_wan_address(const uplink &source, const char *ipmode) {
     if (learns_address(source, ipmode))
         return read_learned_address<IPV4_TEXT_SIZE>(source);
     wan_address configured;
-    configured.ipv4 = setting_text<IPV4_TEXT_SIZE>("USR_WAN_IPADDR_V4");
-    configured.netmask = setting_text<IPV4_TEXT_SIZE>("USR_WAN_SUBMASK_V4");
+    configured.ipv4 = setting_text<IPV4_TEXT_SIZE>(USR_WAN_IPADDR_V4);
+    configured.netmask = setting_text<IPV4_TEXT_SIZE>(USR_WAN_SUBMASK_V4);
     return configured;
 }
 
@@ -57,15 +59,15 @@ int uplinkd_wan_setup_completed_handler(const uplinkd_msg_t *) {
         uplinkd_process_setup_complete();
         return 0;
     }
-    const int wan_mode = get_CFG_int("USR_WAN_MODE");
-    const ipv4_text lan_addr = setting_text<IPV4_TEXT_SIZE>("USR_DHCP_LAN_IP");
-    const ipv4_text lan_mask = setting_text<IPV4_TEXT_SIZE>("USR_DHCP_SUBNET_MASK");
-    const text<12> ipmode = setting_text<12>("USR_WAN_IPMODE");
+    const int wan_mode = get_CFG_int(USR_WAN_MODE);
+    const ipv4_text lan_addr = setting_text<IPV4_TEXT_SIZE>(USR_DHCP_LAN_IP);
+    const ipv4_text lan_mask = setting_text<IPV4_TEXT_SIZE>(USR_DHCP_SUBNET_MASK);
+    const text<12> ipmode = setting_text<12>(USR_WAN_IPMODE);
     const uplink *of_mode = uplink_of_mode(wan_mode);
     const uplink &source = of_mode != nullptr ? *of_mode : WIRED_UPLINK;
     const wan_address wan = read_wan_address(source, ipmode.c_str());
     if (!wan.ifname.empty())
-        store_hardware_address(wan.ifname.c_str(), source.mac);
+        store_hardware_address(wan.ifname.c_str(), source.mac_id);
 
     const int relation = util_get_2_network_segment_relations4(
         lan_addr.c_str(), lan_mask.c_str(), wan.ipv4.c_str(), wan.netmask.c_str());
@@ -87,7 +89,7 @@ int uplinkd_wan_setup_completed_handler(const uplinkd_msg_t *) {
 }
 
 int uplinkd_process_setup_complete() {
-    const int wan_mode = get_CFG_int("USR_WAN_MODE");
+    const int wan_mode = get_CFG_int(USR_WAN_MODE);
     if (wan_mode == WAN_MODE_MOBILE || is_wireless_mode(wan_mode))
         return 0;
     if (is_wired_mode(wan_mode))

@@ -11,10 +11,10 @@
 #include "daemon/dispatch.h"
 #include "daemon/wan_mode_change.h"
 #include "platform/flag_store.h"
+#include "wan/flags.h"
 #include "wan/modes.h"
 
 static constexpr const char *SETTINGSD_MARKER = "/tmp/.flag_settingsd_init_finished";
-static constexpr const char *DOWNLINKD_FLAG = "downlinkd_init_completed";
 static constexpr unsigned POLL_SECONDS = 3;
 
 static void wait_settingsd_init_finished() {

@@ -14,7 +14,9 @@
 #include "provision/wan_mode_script.h"
 #include "provision/wired_wan.h"
 #include "provision/wireless_wan.h"
+#include "wan/flags.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 
 // What the previous run saw; empty before the first. Handlers only, under their mutex.
@@ -42,8 +44,8 @@ static void leave_wireless(int old_mode) {
 }
 
 int wan_mode_change_handler() {
-    const text<4> wan_mode = setting_text<4>("USR_WAN_MODE");
-    const text<4> strategy = setting_text<4>("USR_WAN_COMMUNICATION_PRIORITY_STRATEGY");
+    const text<4> wan_mode = setting_text<4>(USR_WAN_MODE);
+    const text<4> strategy = setting_text<4>(USR_WAN_COMMUNICATION_PRIORITY_STRATEGY);
 
     UPLINKD_DEBUG("wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
                   last_wan_mode.c_str());

@@ -19,6 +19,7 @@
 #include "platform/system.h"
 #include "wan/items.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 
 // Handlers only, under their mutex. What the previous run decided; -1 before the first, which
 // therefore always finds a change.
@@ -39,8 +40,8 @@ struct live_state {
     text<4> wlan_link_status_58g_current = item_text<4>(DI_IFA_WLAN58_LINK_STATUS);
     text<2> mobile_netstatus = item_text<2>(DI_IFA_MOBILE_NETSTATUS);
     text<2> wan_netstatus = item_text<2>(DI_IFA_WIRED_WAN_NETSTATUS);
-    int wan_mode = get_CFG_int("USR_WAN_MODE");
-    int strategy = get_CFG_int("USR_WAN_COMMUNICATION_PRIORITY_STRATEGY");
+    int wan_mode = get_CFG_int(USR_WAN_MODE);
+    int strategy = get_CFG_int(USR_WAN_COMMUNICATION_PRIORITY_STRATEGY);
 };
 
 } // namespace
@@ -90,7 +91,7 @@ static void reboot_if_modem_is_abnormal(log_site site = caller_site()) {
     if (!modem_is_abnormal())
         return;
     text<2> allowed = {"0"};
-    cfg_get_item("SYS_REBOOT_WHEN_MODEM_UNORMAL", allowed.data(), allowed.size());
+    cfg_get_item(SYS_REBOOT_WHEN_MODEM_UNORMAL, allowed.data(), allowed.size());
     if (allowed.empty()) {
         UPLINKD_DEBUG_AT(site, "cfg_get DC_SYS_REBOOT_WHEN_MODEM_UNORMAL failed!");
         allowed = {"1"};

@@ -14,8 +14,10 @@
 #include "platform/flag_store.h"
 #include "provision/wan_mode_script.h"
 #include "provision/wired_wan.h"
+#include "wan/flags.h"
 #include "wan/items.h"
 #include "wan/modes.h"
+#include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 
 namespace {
@@ -78,7 +80,7 @@ static void take_down(int wan_mode) {
 
 int wan_wired_status_change_handler() {
     const size_t port = wan_port();
-    const int wan_mode = get_CFG_int("USR_WAN_MODE");
+    const int wan_mode = get_CFG_int(USR_WAN_MODE);
     const int netstatus = to_int(item_text<8>(DI_IFA_WIRED_WAN_NETSTATUS).c_str());
     const port_states states = read_port_states();
     const int current = states[port];

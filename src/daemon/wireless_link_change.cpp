@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "provision/wan_mode_script.h"
 #include "provision/wireless_wan.h"
+#include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 
 // The link status texts of the last evaluation. Handlers only, under their mutex.
@@ -71,7 +72,7 @@ static void evaluate(const wlan_band &band, const text<4> &current, int wan_mode
 int wan_wireless_status_change_handler(const uplinkd_msg_t *message) {
     const bool refresh =
         message != nullptr && message->msg_id == UPLINKD_MSG_ID_WAN_WIRELESS_MODE_REFRESH;
-    const text<4> wan_mode = setting_text<4>("USR_WAN_MODE");
+    const text<4> wan_mode = setting_text<4>(USR_WAN_MODE);
     const text<4> current_24g = item_text<4>(DI_IFA_WLAN24_LINK_STATUS);
     const text<4> current_58g = item_text<4>(DI_IFA_WLAN58_LINK_STATUS);
 

@@ -29,16 +29,16 @@ struct side {
 };
 
 constexpr side LAN = {.first_bit = 0,
-                      .switch_key = "USR_DHCP_SERVER_SW",
-                      .address_key = "USR_DHCP_LAN_IP",
-                      .netmask_key = "USR_DHCP_SUBNET_MASK",
+                      .switch_key = USR_DHCP_SERVER_SW,
+                      .address_key = USR_DHCP_LAN_IP,
+                      .netmask_key = USR_DHCP_SUBNET_MASK,
                       .key_of = key_of_index,
                       .progress_prefix = "",
                       .conflict_prefix = ""};
 constexpr side VLAN = {.first_bit = 16,
-                       .switch_key = "SYS_VLAN_DHCP_SERVER_SW",
-                       .address_key = "SYS_VLAN_DHCP_IP",
-                       .netmask_key = "SYS_VLAN_DHCP_SUBNET_MASK",
+                       .switch_key = SYS_VLAN_DHCP_SERVER_SW,
+                       .address_key = SYS_VLAN_DHCP_IP,
+                       .netmask_key = SYS_VLAN_DHCP_SUBNET_MASK,
                        .key_of = always_indexed_key,
                        .progress_prefix = "v ",
                        .conflict_prefix = "v"};
@@ -47,7 +47,7 @@ constexpr side VLAN = {.first_bit = 16,
 
 // The bits of SYS_BRIDGE_VLAN_MASK: the lower half enables LAN indexes, the upper VLAN indexes.
 static uint32_t enabled_subnets() {
-    const text<MASK_TEXT_SIZE> mask = setting_text<MASK_TEXT_SIZE>("SYS_BRIDGE_VLAN_MASK");
+    const text<MASK_TEXT_SIZE> mask = setting_text<MASK_TEXT_SIZE>(SYS_BRIDGE_VLAN_MASK);
     uint32_t lowest = 0;
     uplinkd_parse_hex_words(mask.c_str(), mask.size(), &lowest, nullptr, nullptr);
     return lowest;

@@ -10,6 +10,7 @@
 #include "tools/cli.h"
 #include "tools/uplinkctl.h"
 #include "wan/items.h"
+#include "wan/setting_keys.h"
 
 static const char *mode_text(int wan_mode) {
     switch (wan_mode) {
@@ -46,8 +47,8 @@ static bool is_item_up(int id) {
 
 static arbitration_inputs live_inputs() {
     return {
-        .wan_mode = get_CFG_int("USR_WAN_MODE"),
-        .strategy = get_CFG_int("USR_WAN_COMMUNICATION_PRIORITY_STRATEGY"),
+        .wan_mode = get_CFG_int(USR_WAN_MODE),
+        .strategy = get_CFG_int(USR_WAN_COMMUNICATION_PRIORITY_STRATEGY),
         .mobile_up = is_item_up(DI_IFA_MOBILE_NETSTATUS),
         .mobile_connected = is_item_up(DI_IFA_MOBILE_CONNSTATUS),
         .wan_up = is_item_up(DI_IFA_WIRED_WAN_NETSTATUS),
@@ -80,7 +81,7 @@ static const char *connected(bool is_connected) {
 int explain_priority(operands) {
     char mode[8];
     errno = 0;
-    if (cfg_get_item("USR_WAN_MODE", mode, sizeof mode) != 0 && errno != 0 && errno != ENOENT)
+    if (cfg_get_item(USR_WAN_MODE, mode, sizeof mode) != 0 && errno != 0 && errno != ENOENT)
         return cli::failure("cannot read the settings: %s", strerror(errno));
 
     const arbitration_inputs in = live_inputs();

@@ -1,6 +1,6 @@
 // The device-information items that the daemon reads and writes. A status item counts as up when
 // its first character is '1'; an empty item means that nothing is known. Those of the additional
-// wired WANs follow from index 0's, see wan/wan_record.cpp.
+// wired WANs follow from index 0's, see wired_item().
 #pragma once
 
 // Modem indicators, '1' = abnormal. Written by the router.
@@ -42,6 +42,13 @@ inline constexpr int DI_IFA_WIRED_WAN_IPV6_DNS2 = 201110;
 inline constexpr int DI_IFA_WIRED_WAN_REAL_IFACE = 201111;
 inline constexpr int DI_IFA_WIRED_WAN_IFACE_TYPE = 201112;
 inline constexpr int DI_IFA_WIRED_WAN_IPV6_GATEWAY = 201128;
+
+// The item of wired WAN IDX (0 to 7) for what ITEM is of index 0: the same number in a thousand of
+// its own, so that WAN 2's address is item 262002. (No such item for hardware address and
+// connection status.)
+constexpr int wired_item(int item, int idx) {
+    return idx == 0 ? item : (idx + 260) * 1000 + item - 201100;
+}
 
 // The wireless WAN. The two bands share all but interface name, type and network status.
 inline constexpr int DI_IFA_WLAN24_WAN_NETSTATUS = 201201;

@@ -62,13 +62,3 @@ inline constexpr int MAX_RECORD_INDEX = 7;
 constexpr bool is_wan_index(int idx) {
     return idx >= 0 && idx <= MAX_WAN_INDEX;
 }
-
-// The named flag that is "1" while a WAN and a LAN subnet conflict, "0" otherwise.
-inline constexpr const char *SUBNET_CONFLICT_FLAG = "UPLINKD_DETECT_WAN_NET_SEG_INVALID";
-
-// The interfaces of the uplinks where no item names another.
-struct uplink_ifnames {
-    const char *wired, *wlan24, *wlan58, *mobile;
-};
-inline constexpr uplink_ifnames DEFAULT_IFNAME = {
-    .wired = "eth1", .wlan24 = "apcli0", .wlan58 = "apclii0", .mobile = "ccmni1"};

@@ -1,63 +1,48 @@
-// The three WAN uplinks side by side: what differs between them is here, and only here.
+// The uplinks that a WAN mode may choose, and what differs between them.
 #pragma once
 
 #include <cstring>
 
 #include "platform/network.h"
 #include "wan/ifname.h"
-#include "wan/items.h"
 #include "wan/modes.h"
+#include "wan/wan_record.h"
 
+// The interfaces of the uplinks where no item names another.
+struct uplink_ifnames {
+    const char *wired, *wlan24, *wlan58, *mobile;
+};
+inline constexpr uplink_ifnames DEFAULT_IFNAME = {
+    .wired = "eth1", .wlan24 = "apcli0", .wlan58 = "apclii0", .mobile = "ccmni1"};
+
+// A WAN that a mode uses: the main wired WAN, or a wireless band.
 struct uplink {
     const char *default_ifname;
     const char *iface_type;
     bool may_use_ppp; // "linkPPP" counts as an addressing mode
-    int netstatus, ifname, type;
-    int ipv4, netmask, gateway, dns1, dns2;
-    int mac, connstatus;
+    wan_di_set items;
+    int mac_id;        // item of the hardware address
+    int connstatus_id; // item of the connection status
 };
 
-inline constexpr uplink WIRED_UPLINK = {
-    .default_ifname = DEFAULT_IFNAME.wired,
-    .iface_type = "wired",
-    .may_use_ppp = true,
-    .netstatus = DI_IFA_WIRED_WAN_NETSTATUS,
-    .ifname = DI_IFA_WIRED_WAN_REAL_IFACE,
-    .type = DI_IFA_WIRED_WAN_IFACE_TYPE,
-    .ipv4 = DI_IFA_WIRED_WAN_IP,
-    .netmask = DI_IFA_WIRED_WAN_NETMASK,
-    .gateway = DI_IFA_WIRED_WAN_GATEWAY,
-    .dns1 = DI_IFA_WIRED_WAN_DNS,
-    .dns2 = DI_IFA_WIRED_WAN_DNS2,
-    .mac = DI_IFA_WIRED_WAN_MAC,
-    .connstatus = DI_IFA_WIRED_WAN_CONNSTATUS,
-};
-
-// A Wi-Fi band; the bands share their address items.
-constexpr uplink wireless_uplink(const char *default_ifname, const char *iface_type, int netstatus,
-                                 int ifname, int type) {
-    return {
-        .default_ifname = default_ifname,
-        .iface_type = iface_type,
-        .may_use_ppp = false,
-        .netstatus = netstatus,
-        .ifname = ifname,
-        .type = type,
-        .ipv4 = DI_IFA_WLAN_WAN_IP,
-        .netmask = DI_IFA_WLAN_WAN_NETMASK,
-        .gateway = DI_IFA_WLAN_WAN_GATEWAY,
-        .dns1 = DI_IFA_WLAN_WAN_DNS,
-        .dns2 = DI_IFA_WLAN_WAN_DNS2,
-        .mac = DI_IFA_WLAN_WAN_MAC,
-        .connstatus = DI_IFA_WLAN_WAN_CONNSTATUS,
-    };
-}
-inline constexpr uplink WLAN24_UPLINK =
-    wireless_uplink(DEFAULT_IFNAME.wlan24, "wifi2g", DI_IFA_WLAN24_WAN_NETSTATUS,
-                    DI_IFA_WLAN24_WAN_REAL_IFACE, DI_IFA_WLAN24_WAN_IFACE_TYPE);
-inline constexpr uplink WLAN58_UPLINK =
-    wireless_uplink(DEFAULT_IFNAME.wlan58, "wifi5g", DI_IFA_WLAN58_WAN_NETSTATUS,
-                    DI_IFA_WLAN58_WAN_REAL_IFACE, DI_IFA_WLAN58_WAN_IFACE_TYPE);
+inline constexpr uplink WIRED_UPLINK = {.default_ifname = DEFAULT_IFNAME.wired,
+                                        .iface_type = "wired",
+                                        .may_use_ppp = true,
+                                        .items = wired_record(0),
+                                        .mac_id = DI_IFA_WIRED_WAN_MAC,
+                                        .connstatus_id = DI_IFA_WIRED_WAN_CONNSTATUS};
+inline constexpr uplink WLAN24_UPLINK = {.default_ifname = DEFAULT_IFNAME.wlan24,
+                                         .iface_type = "wifi2g",
+                                         .may_use_ppp = false,
+                                         .items = WLAN24_RECORD,
+                                         .mac_id = DI_IFA_WLAN_WAN_MAC,
+                                         .connstatus_id = DI_IFA_WLAN_WAN_CONNSTATUS};
+inline constexpr uplink WLAN58_UPLINK = {.default_ifname = DEFAULT_IFNAME.wlan58,
+                                         .iface_type = "wifi5g",
+                                         .may_use_ppp = false,
+                                         .items = WLAN58_RECORD,
+                                         .mac_id = DI_IFA_WLAN_WAN_MAC,
+                                         .connstatus_id = DI_IFA_WLAN_WAN_CONNSTATUS};
 
 // The WAN uplink of a mode; null for the mobile-only mode and for numbers that are no mode.
 constexpr const uplink *uplink_of_mode(int wan_mode) {
@@ -82,11 +67,11 @@ template <int N> struct learned_address {
 };
 template <int N> learned_address<N> read_learned_address(const uplink &wan) {
     learned_address<N> learned = {};
-    learned.ifname = item_ifname_or<N>(wan.ifname, wan.default_ifname);
-    learned.ipv4 = item_text<IPV4_TEXT_SIZE>(wan.ipv4);
+    learned.ifname = item_ifname_or<N>(wan.items.ifname_id, wan.default_ifname);
+    learned.ipv4 = item_text<IPV4_TEXT_SIZE>(wan.items.ipv4_addr_id);
     if (learned.ipv4.empty())
         cmd_get_ipv4_address(learned.ifname.c_str(), learned.ipv4.data());
-    learned.netmask = item_text<IPV4_TEXT_SIZE>(wan.netmask);
+    learned.netmask = item_text<IPV4_TEXT_SIZE>(wan.items.ipv4_netmask_id);
     if (learned.netmask.empty())
         cmd_get_netmask(learned.ifname.c_str(), learned.netmask.data());
     return learned;

@@ -1,8 +1,10 @@
-// The items that describe one WAN interface, gathered so that the rest of the provisioning is
-// written once for all of them.
+// The items that describe one WAN interface, gathered so that everything else is written once for
+// all WANs: the wired ones, index 0 to 7, and the two wireless bands.
 #pragma once
 
 #include <cstdint>
+
+#include "wan/items.h"
 
 struct wan_iface_ids {
     uint32_t ifname_id;
@@ -31,6 +33,31 @@ struct wan_ipv6_ids {
 // any of its groups.
 struct wan_di_set : wan_iface_ids, wan_ipv4_ids, wan_ipv6_ids {};
 static_assert(sizeof(wan_di_set) == 12 * sizeof(uint32_t));
+
+constexpr wan_di_set wired_record(int idx) {
+    const auto item = [idx](int of_index_0) {
+        return static_cast<uint32_t>(wired_item(of_index_0, idx));
+    };
+    return {{item(DI_IFA_WIRED_WAN_REAL_IFACE), item(DI_IFA_WIRED_WAN_IFACE_TYPE),
+             item(DI_IFA_WIRED_WAN_NETSTATUS)},
+            {item(DI_IFA_WIRED_WAN_NETMASK), item(DI_IFA_WIRED_WAN_IP),
+             item(DI_IFA_WIRED_WAN_GATEWAY), item(DI_IFA_WIRED_WAN_DNS),
+             item(DI_IFA_WIRED_WAN_DNS2)},
+            {item(DI_IFA_WIRED_WAN_IPV6_IP), item(DI_IFA_WIRED_WAN_IPV6_DNS),
+             item(DI_IFA_WIRED_WAN_IPV6_DNS2), item(DI_IFA_WIRED_WAN_IPV6_GATEWAY)}};
+}
+
+// The wireless bands share all but their first group, and have no IPv6 gateway.
+constexpr wan_di_set wireless_record(const wan_iface_ids &band) {
+    return {band,
+            {DI_IFA_WLAN_WAN_NETMASK, DI_IFA_WLAN_WAN_IP, DI_IFA_WLAN_WAN_GATEWAY,
+             DI_IFA_WLAN_WAN_DNS, DI_IFA_WLAN_WAN_DNS2},
+            {DI_IFA_WLAN_WAN_IPV6_IP, DI_IFA_WLAN_WAN_IPV6_DNS, DI_IFA_WLAN_WAN_IPV6_DNS2, 0}};
+}
+inline constexpr wan_di_set WLAN24_RECORD = wireless_record(
+    {DI_IFA_WLAN24_WAN_REAL_IFACE, DI_IFA_WLAN24_WAN_IFACE_TYPE, DI_IFA_WLAN24_WAN_NETSTATUS});
+inline constexpr wan_di_set WLAN58_RECORD = wireless_record(
+    {DI_IFA_WLAN58_WAN_REAL_IFACE, DI_IFA_WLAN58_WAN_IFACE_TYPE, DI_IFA_WLAN58_WAN_NETSTATUS});
 
 // Fill the record of wired WAN IDX (0 to 7) or of the wireless WAN of WAN_MODE (3 or 4). Return 0,
 // or -1: for an index out of range with the record untouched, for another mode with the band's own

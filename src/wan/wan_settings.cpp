@@ -15,20 +15,20 @@ namespace {
 
 using setting_value = text<32>;
 
-struct named_value {
+template <typename enumeration> struct named_value {
     const char *name;
-    int value;
+    enumeration value;
 };
 
-constexpr named_value IP_VERSIONS[] = {
+constexpr named_value<uplinkd_ip_version> IP_VERSIONS[] = {
     {"ipv4v6", IPVER_V4V6}, {"ipv4", IPVER_V4}, {"ipv6", IPVER_V6}};
 
-constexpr named_value IPV4_MODES[] = {
+constexpr named_value<uplinkd_ipmode> IPV4_MODES[] = {
     {"dhcp", IPMODE_DHCP}, {"static", IPMODE_STATIC}, {"linkppp", IPMODE_LINKPPP}};
 
 // By the number that the setting holds.
-constexpr int IPV6_MODES[] = {IPMODE_NONE,  IPMODE_STATEFUL, IPMODE_STATELESS,
-                              IPMODE_SLAAC, IPMODE_STATIC,   IPMODE_LINKPPP};
+constexpr uplinkd_ipmode IPV6_MODES[] = {IPMODE_NONE,  IPMODE_STATEFUL, IPMODE_STATELESS,
+                                         IPMODE_SLAAC, IPMODE_STATIC,   IPMODE_LINKPPP};
 
 } // namespace
 
@@ -38,36 +38,37 @@ static setting_value lower_case_setting(const char *key, int idx) {
     return value;
 }
 
-template <size_t N>
-static int value_of_name(const named_value (&table)[N], const char *name, int fallback) {
-    for (const named_value &entry : table) {
+template <typename enumeration, size_t N>
+static enumeration value_of_name(const named_value<enumeration> (&table)[N], const char *name,
+                                 enumeration fallback) {
+    for (const auto &entry : table) {
         if (strcmp(entry.name, name) == 0)
             return entry.value;
     }
     return fallback;
 }
 
-int uplinkd_cfg_get_wired_ipversion_by_idx(int idx) {
-    const setting_value version = lower_case_setting("USR_WAN_IPVERSION", idx);
+uplinkd_ip_version uplinkd_cfg_get_wired_ipversion_by_idx(int idx) {
+    const setting_value version = lower_case_setting(USR_WAN_IPVERSION, idx);
     UPLINKD_TRACE(LOG_ROUTINE, "got ipversion  (%s) from cfg by idx (%d)", version.c_str(), idx);
     return value_of_name(IP_VERSIONS, version.c_str(), IPVER_NONE);
 }
 
-int uplinkd_cfg_get_wired_ipmode_v4_by_idx(int idx) {
-    const setting_value mode = lower_case_setting("USR_WAN_IPMODE", idx);
+uplinkd_ipmode uplinkd_cfg_get_wired_ipmode_v4_by_idx(int idx) {
+    const setting_value mode = lower_case_setting(USR_WAN_IPMODE, idx);
     UPLINKD_TRACE(LOG_ROUTINE, "got ipmode v4 (%s) from cfg  by idx (%d)", mode.c_str(), idx);
     return value_of_name(IPV4_MODES, mode.c_str(), IPMODE_NONE);
 }
 
-int uplinkd_cfg_get_wired_ipmode_v6_by_idx(int idx) {
-    const int mode = get_CFG_int(key_of_index("USR_WAN_V6_IPMODE", idx).c_str());
+uplinkd_ipmode uplinkd_cfg_get_wired_ipmode_v6_by_idx(int idx) {
+    const int mode = get_CFG_int(key_of_index(USR_WAN_V6_IPMODE, idx).c_str());
     return mode >= 0 && mode < static_cast<int>(sizeof IPV6_MODES / sizeof *IPV6_MODES)
                ? IPV6_MODES[mode]
                : IPMODE_NONE;
 }
 
 int uplinkd_cfg_get_wired_sub_port_num() {
-    const text<8> value = setting_text<8>("SYS_WIRED_WAN_SUB_PORT_NUM");
+    const text<8> value = setting_text<8>(SYS_WIRED_WAN_SUB_PORT_NUM);
     if (value.empty())
         return DEFAULT_SUB_PORT_NUM;
     const int number = to_int(value.c_str());
@@ -82,11 +83,11 @@ static int int_of_wan_index(const char *key, int idx) {
 }
 
 int uplinkd_cfg_get_wired_sw_by_idx(int idx) {
-    return int_of_wan_index("USR_WIRED_WAN_SW", idx);
+    return int_of_wan_index(USR_WIRED_WAN_SW, idx);
 }
 
 int uplinkd_cfg_get_wired_vlan_id_by_idx(int idx) {
-    return int_of_wan_index("USR_WIRED_WAN_VLAN_ID", idx);
+    return int_of_wan_index(USR_WIRED_WAN_VLAN_ID, idx);
 }
 
 int uplinkd_cfg_get_ppp_user_and_pwd_by_idx(char *user, int user_size, char *pwd, int pwd_size,
@@ -97,8 +98,8 @@ int uplinkd_cfg_get_ppp_user_and_pwd_by_idx(char *user, int user_size, char *pwd
         UPLINKD_TRACE(LOG_REJECTED, "got invalid wan idx(%d)", idx);
         return -1;
     }
-    cfg_get_item(key_of_index("USR_WAN_PPPOE_USERNAME", idx).c_str(), user, user_size);
-    cfg_get_item(key_of_index("USR_WAN_PPPOE_PASSWORD", idx).c_str(), pwd, pwd_size);
+    cfg_get_item(key_of_index(USR_WAN_PPPOE_USERNAME, idx).c_str(), user, user_size);
+    cfg_get_item(key_of_index(USR_WAN_PPPOE_PASSWORD, idx).c_str(), pwd, pwd_size);
     return 0;
 }
 
@@ -107,7 +108,7 @@ int uplinkd_cfg_get_ppp_mtu_by_idx(int idx) {
         UPLINKD_TRACE(LOG_REJECTED, "got invalid wan idx(%d), use default(%d)", idx, DEFAULT_MTU);
         return DEFAULT_MTU;
     }
-    const int mtu = get_CFG_int(key_of_index("USR_WAN_MTU", idx).c_str());
+    const int mtu = get_CFG_int(key_of_index(USR_WAN_MTU, idx).c_str());
     if (mtu > 0)
         return mtu;
     UPLINKD_TRACE(LOG_REJECTED, "got invalid mtu, using default(%d)", DEFAULT_MTU);
@@ -119,7 +120,7 @@ int uplinkd_cfg_get_ppp_mru_by_idx(int idx) {
         UPLINKD_TRACE(LOG_REJECTED, "got invalid wan idx(%d), return with (%d)", idx, MRU_NOT_SET);
         return MRU_NOT_SET;
     }
-    const int mru = get_CFG_int(key_of_index("USR_WAN_MRU", idx).c_str());
+    const int mru = get_CFG_int(key_of_index(USR_WAN_MRU, idx).c_str());
     if (mru > 0)
         return mru;
     UPLINKD_TRACE(LOG_REJECTED, "got invalid mru, return with (%d)", MRU_NOT_SET);

@@ -2,12 +2,14 @@
 // Index 0 reads the bare key, index n the key with "_n" appended.
 #pragma once
 
-// One of uplinkd_ip_version; IPVER_NONE for any unknown text.
-int uplinkd_cfg_get_wired_ipversion_by_idx(int idx);
+#include "wan/modes.h"
 
-// One of uplinkd_ipmode; IPMODE_NONE for any unknown text or number.
-int uplinkd_cfg_get_wired_ipmode_v4_by_idx(int idx);
-int uplinkd_cfg_get_wired_ipmode_v6_by_idx(int idx);
+// IPVER_NONE for any unknown text.
+uplinkd_ip_version uplinkd_cfg_get_wired_ipversion_by_idx(int idx);
+
+// IPMODE_NONE for any unknown text or number.
+uplinkd_ipmode uplinkd_cfg_get_wired_ipmode_v4_by_idx(int idx);
+uplinkd_ipmode uplinkd_cfg_get_wired_ipmode_v6_by_idx(int idx);
 
 // The highest wired WAN index to process, 0 to 8; 3 where the setting is missing or out of range.
 int uplinkd_cfg_get_wired_sub_port_num();

@@ -60,11 +60,11 @@ static void store(uint32_t id, const setting_value &value) {
 int uplinkd_dhcpcv4_setup_static(const char *ifname, int idx, const wan_ipv4_ids *ids) {
     if (ifname == nullptr || ids == nullptr)
         return -1;
-    const setting_value address = static_setting("USR_WAN_IPADDR_V4", idx);
-    const setting_value netmask = static_setting("USR_WAN_SUBMASK_V4", idx);
-    const setting_value gateway = static_setting("USR_WAN_GATEWAY_V4", idx);
-    const setting_value dns1 = static_setting("USR_WAN_FIRSTDNS_V4", idx);
-    const setting_value dns2 = static_setting("USR_WAN_SECDNS_V4", idx);
+    const setting_value address = static_setting(USR_WAN_IPADDR_V4, idx);
+    const setting_value netmask = static_setting(USR_WAN_SUBMASK_V4, idx);
+    const setting_value gateway = static_setting(USR_WAN_GATEWAY_V4, idx);
+    const setting_value dns1 = static_setting(USR_WAN_FIRSTDNS_V4, idx);
+    const setting_value dns2 = static_setting(USR_WAN_SECDNS_V4, idx);
 
     store(ids->ipv4_addr_id, address);
     store(ids->ipv4_netmask_id, netmask);
