@@ -123,12 +123,14 @@ TEST(client_files, are_removed_by_index) {
 
 TEST(client_files, are_named_within_their_buffer) {
     char name[10] = "before";
-    EXPECT_EQ(uplinkd_ppp_get_script_fname_by_idx(name, sizeof name, 2, 3, PPP_SCRIPT_UP), -1);
-    EXPECT_EQ(uplinkd_ppp_get_script_fname_by_idx(name, sizeof name, 2, 1, 0), -1);
+    EXPECT_EQ(uplinkd_ppp_get_script_fname_by_idx(name, sizeof name, 2, IPVER_V4V6, PPP_SCRIPT_UP),
+              -1);
+    EXPECT_EQ(
+        uplinkd_ppp_get_script_fname_by_idx(name, sizeof name, 2, IPVER_V4, ppp_script_type{}), -1);
     EXPECT_STREQ(name, "before");
-    uplinkd_dhcpc_get_script_fname_by_idx(name, sizeof name, UDHCPC6, 8, 2);
+    uplinkd_dhcpc_get_script_fname_by_idx(name, sizeof name, UDHCPC6, 8, IPVER_V6);
     EXPECT_STREQ(name, "/tmp/.udh");
-    uplinkd_dhcpc_get_pid_fname_by_idx(name, sizeof name, UDHCPC, 0, 0);
+    uplinkd_dhcpc_get_pid_fname_by_idx(name, sizeof name, UDHCPC, 0, IPVER_NONE);
     EXPECT_STREQ(name, "");
     EXPECT_EQ(uplinkd_dhcpc_clean_unuse_files_by_idx(9), -1);
     EXPECT_EQ(uplinkd_ppp_clean_unuse_files_by_idx(-1), -1);

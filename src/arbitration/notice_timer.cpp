@@ -65,8 +65,8 @@ static void restart_countdown(int seconds) {
     uplinkd_notice_countdown = seconds;
 }
 
-// Gives up the thread's place, unless the timer was armed since the countdown ran out.
-static bool may_end() {
+// Gives up the thread's place; false if the timer was armed since the countdown ran out.
+static bool end_unless_armed() {
     const mutex_guard guard(uplinkd_notice_mutex);
     if (uplinkd_notice_countdown > 0)
         return false;
@@ -108,16 +108,16 @@ void *timer4uis_inform(void *) {
             finished = false;
         } else {
             uplinkd_send_msg(APP_ID_TEXTMSG, TEXTMSG_MSG_ID_MIX_MODE_NOTICE, nullptr, 0);
-            UPLINKD_DEBUG("send the text message in mix mode for priority(%d)...", priority);
-            UPLINKD_TRACE(LOG_EVENT, "send the text message in mix mode for priority(%d)...",
-                          priority);
+            for (const log_form form : BOTH_FORMS)
+                UPLINKD_LOG(form, "send the text message in mix mode for priority(%d)...",
+                            priority);
             uplinkd_send_msg(APP_ID_UIS, UIS_MSG_ID_MIX_MODE_CALL, nullptr, 0);
             UPLINKD_DEBUG("send the uis call message in mix mode for priority(%d)...", priority);
             UPLINKD_TRACE(LOG_EVENT, "send the uis call in mix mode for priority(%d)...", priority);
         }
 
         if (finished) {
-            if (may_end())
+            if (end_unless_armed())
                 return nullptr;
             mobile_unseen = true;
         }

@@ -1,7 +1,6 @@
 #include "batch/script_runner.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -13,6 +12,15 @@
 #include "platform/system.h"
 
 static constexpr int EXECUTE_COMMAND_SIZE = 128;
+
+void begin_batch(const char *owner) {
+    uplinkd_file_truncate(TMP_SCRIPT);
+    uplinkd_file_append_line(TMP_SCRIPT, "# rewrite by %s", owner);
+}
+
+void run_batch(const char *owner) {
+    uplinkd_script_execute(TMP_SCRIPT, owner);
+}
 
 // Something that only other programs could have put there: not ours to write into.
 static bool is_foreign(const struct stat &file) {
@@ -129,13 +137,18 @@ static int append(const char *path, const char *data, int length) {
 }
 
 int uplinkd_file_append_line(const char *path, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int result = file_append_line_args(path, format, args);
+    va_end(args);
+    return result;
+}
+
+int file_append_line_args(const char *path, const char *format, va_list args) {
     if (path == nullptr || format == nullptr)
         return -1;
     text<MAX_LINE_SIZE> line;
-    va_list args;
-    va_start(args, format);
     const int length = vsnprintf(line.data(), sizeof line.chars, format, args);
-    va_end(args);
     // A cut command could mean anything, so it is not written at all.
     if (length < 0 || length >= line.size())
         return -1;

@@ -1,8 +1,8 @@
 // Batches: commands are gathered in one temporary script, which is then run once as root. The same
 // file operations write the client scripts and the PPP secrets.
 //
-// A batch: truncate the script, append "# rewrite by <owner>", append the commands, execute. Only
-// one batch may be built at a time; the handlers, which build them, never run concurrently.
+// A batch: begin_batch, any number of lines appended to TMP_SCRIPT, then run_batch. Only one may be
+// built at a time; the handlers, which build them, never run concurrently.
 //
 // Scripts lie where other users may write. Truncating one puts a new file in the place of whatever
 // is not this program's alone: a link, a FIFO, a folder, another user's file, and also a script of
@@ -11,15 +11,18 @@
 // replaces. The secrets are 0600; SECRETS_FOLDER is root's own, so a link there is followed.
 #pragma once
 
-#include <sys/types.h>
+#include <cstdarg>
 
 inline constexpr const char *TMP_SCRIPT = "/tmp/.tmp_uplinkd_script";
 #define SECRETS_FOLDER "/etc/ppp/"
-// The header of a batch; its argument is the owner's name.
-#define BATCH_HEADER   "# rewrite by %s"
 
 // The longest line, or client script, that can be appended, its newline included, in bytes.
 inline constexpr int MAX_LINE_SIZE = 4096;
+
+// Empty the batch under a header that names OWNER, the function that builds it; run it in the same
+// name.
+void begin_batch(const char *owner);
+void run_batch(const char *owner);
 
 // Empties the file, or creates it. Returns 0, or -1 if it cannot be opened.
 int uplinkd_file_truncate(const char *path);
@@ -28,6 +31,8 @@ int uplinkd_file_truncate(const char *path);
 // that cannot be opened, or an expansion over MAX_LINE_SIZE, of which nothing is written.
 [[gnu::format(printf, 2, 3)]] int uplinkd_file_append_line(const char *path, const char *format,
                                                            ...);
+[[gnu::format(printf, 2, 0)]] int file_append_line_args(const char *path, const char *format,
+                                                        va_list args);
 
 // Appends the trailer that names CALLER and runs the script as root. Returns the result of
 // system_by_root, or -1 without running anything.

@@ -5,6 +5,7 @@
 
 #include "base/log_forms.h"
 #include "base/messages.h"
+#include "daemon/handler_mutex.h"
 #include "daemon/pppoe_change.h"
 #include "daemon/priority_change.h"
 #include "daemon/setup_completed.h"
@@ -16,7 +17,7 @@
 uplinkd_mutex uplinkd_handler_mutex;
 
 // The LAN manager has started: evaluate the WAN mode again, as start-up does once.
-static int uplinkd_downlinkd_init_completed_handler(const uplinkd_msg_t *) {
+static int uplinkd_downlinkd_init_completed_handler(const uplinkd_msg_t *) UPLINKD_HANDLER {
     wan_mode_change_handler();
     return 0;
 }
@@ -30,33 +31,41 @@ namespace {
 
 enum class line_forms { none, trace, debug_and_trace };
 
+// Some handlers want the record, most do not.
+struct handler {
+    constexpr handler(int (*run)()) : without_record(run) {}
+    constexpr handler(int (*run)(const uplinkd_msg_t *)) : with_record(run) {}
+
+    int (*without_record)() = nullptr;
+    int (*with_record)(const uplinkd_msg_t *) = nullptr;
+};
+
 struct route {
     int msg_id;
     line_forms forms;
     const char *line;
-    int (*handler)(const uplinkd_msg_t *);
+    handler run;
 };
 
 constexpr route ROUTES[] = {
     {UPLINKD_MSG_ID_WAN_MODE_CHANGE, line_forms::trace, "UPLINKD_MSG_ID_WAN_MODE_CHANGE\n",
-     [](const uplinkd_msg_t *) { return wan_mode_change_handler(); }},
+     wan_mode_change_handler},
     {UPLINKD_MSG_ID_WAN_STATUS_CHANGE, line_forms::trace, "UPLINKD_MSG_ID_WAN_STATUS_CHANGE\n",
-     [](const uplinkd_msg_t *) { return wan_status_change_handler(); }},
+     wan_status_change_handler},
     {PEER_MSG_ID_WAN_STATUS_CHANGE, line_forms::trace, "UPLINKD_MSG_ID_WAN_STATUS_CHANGE\n",
-     [](const uplinkd_msg_t *) { return wan_status_change_handler(); }},
+     wan_status_change_handler},
     {UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE, line_forms::trace,
      "UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE\n", wan_wireless_status_change_handler},
     {UPLINKD_MSG_ID_WAN_WIRELESS_MODE_REFRESH, line_forms::trace,
      "UPLINKD_MSG_ID_WAN_WIRELESS_MODE_CHANGE\n", wan_wireless_status_change_handler},
     {UPLINKD_MSG_ID_WAN_WIRED_MODE_CHANGE, line_forms::trace,
-     "UPLINKD_MSG_ID_WAN_WIRED_MODE_CHANGE\n",
-     [](const uplinkd_msg_t *) { return wan_wired_status_change_handler(); }},
+     "UPLINKD_MSG_ID_WAN_WIRED_MODE_CHANGE\n", wan_wired_status_change_handler},
     {UPLINKD_MSG_ID_WAN_SETUP_COMPLETED, line_forms::none, nullptr,
      uplinkd_wan_setup_completed_handler},
     {UPLINKD_MSG_WAN_PRIO_CHANGED, line_forms::trace, "msg ===> UPLINKD_MSG_WAN_PRIO_CHANGED\n",
      uplinkd_priority_change_handler},
     {UPLINKD_MSG_WAN_PPPOE_CHANGED, line_forms::trace, "UPLINKD_MSG_WAN_PPPOE_CHANGED\n",
-     [](const uplinkd_msg_t *) { return uplinkd_pppoe_status_change_handler(); }},
+     uplinkd_pppoe_status_change_handler},
     {DOWNLINKD_MSG_ID_INIT_COMPLETED, line_forms::debug_and_trace,
      "msg ===> DOWNLINKD_MSG_ID_INIT_COMPLETED\n", uplinkd_downlinkd_init_completed_handler},
     {PPPD_STATUS_CHANGE_EVENT, line_forms::debug_and_trace, "msg ===> PPPD_STATUS_CHANGE_EVENT\n",
@@ -89,5 +98,6 @@ int uplinkd_handler_msg(const uplinkd_msg_t *message) {
     if (route->forms != line_forms::none)
         UPLINKD_TRACE(LOG_EVENT, "%s", route->line);
 
-    return route->handler(message);
+    const handler &handler = route->run;
+    return handler.with_record != nullptr ? handler.with_record(message) : handler.without_record();
 }

@@ -1,7 +1,6 @@
 // The end of the feedback loop: a client script has stored a lease and reports. With the external
 // script, the active uplink is checked against the main LAN subnet; without it, every enabled
-// wired WAN against all LAN and VLAN subnets. (From here, and only from here, provisioning calls
-// back up into the state handlers.)
+// wired WAN against all LAN and VLAN subnets.
 
 #include "daemon/setup_completed.h"
 
@@ -47,7 +46,7 @@ static void store_hardware_address(const char *ifname, int item) {
     set_devinfo_value_by_id(item, mac_text.c_str(), mac_text.size());
 }
 
-static void announce_wan() {
+static void announce_wan() UPLINKD_HANDLER {
     flag_set(SUBNET_CONFLICT_FLAG, "0");
     wan_status_change_handler();
     uplinkd_send_broadcast_msg(UPLINKD_MSG_ID_WAN_SETUP_COMPLETED);
@@ -100,10 +99,6 @@ int uplinkd_process_setup_complete() {
 
 int uplinkd_process_wired_setup_completed(int wan_mode) {
     const int last_idx = uplinkd_cfg_get_wired_sub_port_num();
-    if (!is_wan_index(last_idx)) {
-        UPLINKD_TRACE(LOG_EVENT, "got invalid mwan num (%d)", last_idx);
-        return -1;
-    }
     bool conflict = false;
     for (int idx = 0; idx <= last_idx && !conflict; idx++) {
         if (idx > 0 && uplinkd_cfg_get_wired_sw_by_idx(idx) == 0)

@@ -9,6 +9,7 @@
 #include "base/messages.h"
 #include "base/text.h"
 #include "daemon/dispatch.h"
+#include "daemon/handler_mutex.h"
 #include "daemon/wan_mode_change.h"
 #include "platform/flag_store.h"
 #include "wan/flags.h"

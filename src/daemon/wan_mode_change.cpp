@@ -1,5 +1,6 @@
 // Leaves the mode that was handled last and enters the configured one, also when both are the same:
-// a repeated message takes the uplink down and up again.
+// a repeated message takes a wired WAN down and, if its port has link, up again. A wireless one
+// stays down until its link changes or is refreshed, since its handler sees no change.
 
 #include "daemon/wan_mode_change.h"
 
@@ -11,65 +12,41 @@
 #include "daemon/wired_port_change.h"
 #include "daemon/wireless_link_change.h"
 #include "platform/flag_store.h"
-#include "provision/wan_mode_script.h"
-#include "provision/wired_wan.h"
-#include "provision/wireless_wan.h"
+#include "provision/uplink_setup.h"
 #include "wan/flags.h"
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 
-// What the previous run saw; empty before the first. Handlers only, under their mutex.
-static text<8> last_wan_mode;
-static text<8> last_priority_strategy;
+// What the previous run saw; empty before the first.
+static text<8> last_wan_mode UPLINKD_GUARDED_BY(uplinkd_handler_mutex);
+static text<8> last_priority_strategy UPLINKD_GUARDED_BY(uplinkd_handler_mutex);
 
 static constexpr int NO_PREVIOUS_MODE = -1;
-
-static void leave_wired(int old_mode) {
-    if (!uplinkd_is_wan_mode_script_present()) {
-        uplinkd_process_wired_down(old_mode);
-        return;
-    }
-    run_wan_mode_script_reset();
-    record_uplink_down(WIRED_UPLINK);
-}
-
-// The script is asked in any case; without one, the daemon's own tear-down stands in, while the
-// interface-name item still names the interface.
-static void leave_wireless(int old_mode) {
-    run_wan_mode_script_reset();
-    if (!uplinkd_is_wan_mode_script_present())
-        uplinkd_process_wlan_down(old_mode);
-    record_uplink_down(*uplink_of_mode(old_mode));
-}
 
 int wan_mode_change_handler() {
     const text<4> wan_mode = setting_text<4>(USR_WAN_MODE);
     const text<4> strategy = setting_text<4>(USR_WAN_COMMUNICATION_PRIORITY_STRATEGY);
 
-    UPLINKD_DEBUG("wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
-                  last_wan_mode.c_str());
-    UPLINKD_DEBUG("priority_strategy_current ->%s , priority_strategy ->%s\n", strategy.c_str(),
-                  last_priority_strategy.c_str());
-    UPLINKD_TRACE(LOG_EVENT, "wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
-                  last_wan_mode.c_str());
-    UPLINKD_TRACE(LOG_EVENT, "priority_strategy_current ->%s , priority_strategy ->%s\n",
-                  strategy.c_str(), last_priority_strategy.c_str());
+    for (const log_form form : BOTH_FORMS) {
+        UPLINKD_LOG(form, "wan_mode_current ->%s , last_wan_mode ->%s\n", wan_mode.c_str(),
+                    last_wan_mode.c_str());
+        UPLINKD_LOG(form, "priority_strategy_current ->%s , priority_strategy ->%s\n",
+                    strategy.c_str(), last_priority_strategy.c_str());
+    }
 
     flag_set(SUBNET_CONFLICT_FLAG, "0");
 
     const int old_mode = last_wan_mode.empty() ? NO_PREVIOUS_MODE : to_int(last_wan_mode.c_str());
     const int new_mode = to_int(wan_mode.c_str());
 
-    if (is_wireless_mode(old_mode))
-        leave_wireless(old_mode);
-    else if (is_wired_mode(old_mode))
-        leave_wired(old_mode);
+    if (const uplink *wan = uplink_of_mode(old_mode); wan != nullptr)
+        leave_uplink(*wan, old_mode);
     else if (old_mode != WAN_MODE_MOBILE && old_mode != NO_PREVIOUS_MODE)
         UPLINKD_TRACE(LOG_EVENT, "invalid wan_mode: %d", old_mode);
 
-    UPLINKD_DEBUG("detect wan_mode from %d change to %d", old_mode, new_mode);
-    UPLINKD_TRACE(LOG_EVENT, "detect wan_mode from %d change to %d", old_mode, new_mode);
+    for (const log_form form : BOTH_FORMS)
+        UPLINKD_LOG(form, "detect wan_mode from %d change to %d", old_mode, new_mode);
 
     if (is_wireless_mode(new_mode))
         uplinkd_wireless_status_recheck();

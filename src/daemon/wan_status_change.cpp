@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <unistd.h>
 
-#include "arbitration/arbitration.h"
 #include "arbitration/connection_status.h"
+#include "arbitration/live_state.h"
 #include "arbitration/notice_timer.h"
 #include "base/log_forms.h"
 #include "base/messages.h"
@@ -21,41 +21,12 @@
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
 
-// Handlers only, under their mutex. What the previous run decided; -1 before the first, which
-// therefore always finds a change.
-static int uplinkd_network_priority = -1;
+// What the previous run decided; -1 before the first, which therefore always finds a change.
+static int uplinkd_network_priority UPLINKD_GUARDED_BY(uplinkd_handler_mutex) = -1;
 // The configuration refuses a reboot: said once in the life of the process.
-static bool uplinkd_reboot_refusal_pending = true;
+static bool uplinkd_reboot_refusal_pending UPLINKD_GUARDED_BY(uplinkd_handler_mutex) = true;
 
 static constexpr unsigned REBOOT_GRACE_SECONDS = 10;
-
-namespace {
-
-// What is known of the uplinks, as the texts that the log shows.
-struct live_state {
-    text<2> mobile_connstatus = item_text<2>(DI_IFA_MOBILE_CONNSTATUS);
-    text<2> wired_wan_connstatus = item_text<2>(DI_IFA_WIRED_WAN_CONNSTATUS);
-    text<2> wlan_wan_connstatus = item_text<2>(DI_IFA_WLAN_WAN_CONNSTATUS);
-    text<4> wlan_link_status_24g_current = item_text<4>(DI_IFA_WLAN24_LINK_STATUS);
-    text<4> wlan_link_status_58g_current = item_text<4>(DI_IFA_WLAN58_LINK_STATUS);
-    text<2> mobile_netstatus = item_text<2>(DI_IFA_MOBILE_NETSTATUS);
-    text<2> wan_netstatus = item_text<2>(DI_IFA_WIRED_WAN_NETSTATUS);
-    int wan_mode = get_CFG_int(USR_WAN_MODE);
-    int strategy = get_CFG_int(USR_WAN_COMMUNICATION_PRIORITY_STRATEGY);
-};
-
-} // namespace
-
-static arbitration_decision decide(const live_state &live) {
-    return arbitrate({
-        .wan_mode = live.wan_mode,
-        .strategy = live.strategy,
-        .mobile_up = is_one(live.mobile_netstatus),
-        .mobile_connected = is_one(live.mobile_connstatus),
-        .wan_up = is_one(live.wan_netstatus),
-        .wan_connected = is_one(live.wired_wan_connstatus),
-    });
-}
 
 // Whether a mode with a single uplink finds it without a connection. A wireless link that is not
 // there at all is no news.
@@ -87,9 +58,11 @@ static void store_priority(int priority) {
 
 // Priority has passed to the mobile network, so its modem had better work. Logs in the caller's
 // place.
-static void reboot_if_modem_is_abnormal(log_site site = caller_site()) {
+static void reboot_if_modem_is_abnormal(log_site site = caller_site()) UPLINKD_HANDLER {
     if (!modem_is_abnormal())
         return;
+    // A read that leaves the buffer alone refuses a reboot; a setting that is not there, and so
+    // leaves the empty text, allows it.
     text<2> allowed = {"0"};
     cfg_get_item(SYS_REBOOT_WHEN_MODEM_UNORMAL, allowed.data(), allowed.size());
     if (allowed.empty()) {
@@ -119,7 +92,7 @@ static void reboot_if_modem_is_abnormal(log_site site = caller_site()) {
 int wan_status_change_handler() {
     uplinkd_update_connstatus();
 
-    const live_state live;
+    const live_state live = read_live_state();
     const char *mobile_connstatus = live.mobile_connstatus.c_str();
     const char *wired_wan_connstatus = live.wired_wan_connstatus.c_str();
     const char *wlan_wan_connstatus = live.wlan_wan_connstatus.c_str();
@@ -135,7 +108,7 @@ int wan_status_change_handler() {
                   link_58g);
     UPLINKD_DEBUG("mobile_netstatus(%s) wan_netstatus(%s)\n", mobile_netstatus, wan_netstatus);
 
-    const arbitration_decision decision = decide(live);
+    const arbitration_decision decision = arbitrate(inputs_of(live));
     if (lost_connection(live))
         UPLINKD_TRACE(LOG_EVENT, "connect status change in wan_mode %d", live.wan_mode);
     if (decision.rule == arbitration_rule::invalid_mode)
@@ -147,22 +120,16 @@ int wan_status_change_handler() {
     if (decision.priority == previous)
         return 0;
 
-    UPLINKD_DEBUG("network prioroty changed from %d to %d", previous, decision.priority);
-    UPLINKD_DEBUG("wan_mode(%d) priority(%d)\n", live.wan_mode, live.strategy);
-    UPLINKD_DEBUG("mobile_connstatus(%s) wired_wan_connstatus(%s) wlan_wan_connstatus(%s)",
-                  mobile_connstatus, wired_wan_connstatus, wlan_wan_connstatus);
-    UPLINKD_DEBUG("wlan_link_status_24g_current(%s) wlan_link_status_58g_current(%s)", link_24g,
-                  link_58g);
-    UPLINKD_DEBUG("mobile_netstatus(%s) wan_netstatus(%s)", mobile_netstatus, wan_netstatus);
-    UPLINKD_TRACE(LOG_EVENT, "network prioroty changed from %d to %d", previous, decision.priority);
-    UPLINKD_TRACE(LOG_EVENT, "wan_mode(%d) priority(%d)\n", live.wan_mode, live.strategy);
-    UPLINKD_TRACE(LOG_EVENT,
-                  "mobile_connstatus(%s) wired_wan_connstatus(%s) wlan_wan_connstatus(%s)",
-                  mobile_connstatus, wired_wan_connstatus, wlan_wan_connstatus);
-    UPLINKD_TRACE(LOG_EVENT, "wlan_link_status_24g_current(%s) wlan_link_status_58g_current(%s)",
-                  link_24g, link_58g);
-    UPLINKD_TRACE(LOG_EVENT, "mobile_netstatus(%s) wan_netstatus(%s)", mobile_netstatus,
-                  wan_netstatus);
+    for (const log_form form : BOTH_FORMS) {
+        UPLINKD_LOG(form, "network prioroty changed from %d to %d", previous, decision.priority);
+        UPLINKD_LOG(form, "wan_mode(%d) priority(%d)\n", live.wan_mode, live.strategy);
+        UPLINKD_LOG(form, "mobile_connstatus(%s) wired_wan_connstatus(%s) wlan_wan_connstatus(%s)",
+                    mobile_connstatus, wired_wan_connstatus, wlan_wan_connstatus);
+        UPLINKD_LOG(form, "wlan_link_status_24g_current(%s) wlan_link_status_58g_current(%s)",
+                    link_24g, link_58g);
+        UPLINKD_LOG(form, "mobile_netstatus(%s) wan_netstatus(%s)", mobile_netstatus,
+                    wan_netstatus);
+    }
 
     uplinkd_network_priority = decision.priority;
     store_priority(decision.priority);

@@ -11,10 +11,7 @@
 #include "base/outgoing.h"
 #include "base/text.h"
 #include "platform/config_store.h"
-#include "platform/flag_store.h"
-#include "provision/wan_mode_script.h"
-#include "provision/wired_wan.h"
-#include "wan/flags.h"
+#include "provision/uplink_setup.h"
 #include "wan/items.h"
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
@@ -30,8 +27,9 @@ using port_states = std::array<int, PORT_COUNT>;
 
 } // namespace
 
-// The states at the last evaluation that was not skipped. Handlers only, under their mutex.
-static port_states uplinkd_wan_port_last_status = {-1, -1, -1, -1, -1, -1, -1, -1};
+// The states at the last evaluation that was not skipped.
+static port_states uplinkd_wan_port_last_status UPLINKD_GUARDED_BY(uplinkd_handler_mutex) = {
+    -1, -1, -1, -1, -1, -1, -1, -1};
 
 static size_t wan_port() {
     const char digit = item_text<2>(DI_WAN_PORT_INDEX).chars[0];
@@ -59,25 +57,6 @@ static port_states read_port_states() {
     return states;
 }
 
-static void bring_up(int wan_mode) {
-    if (!uplinkd_is_wan_mode_script_present()) {
-        uplinkd_process_wired_up(wan_mode);
-        return;
-    }
-    record_uplink_up(WIRED_UPLINK);
-    run_wan_mode_script_set();
-}
-
-static void take_down(int wan_mode) {
-    if (!uplinkd_is_wan_mode_script_present()) {
-        uplinkd_process_wired_down(wan_mode);
-        return;
-    }
-    run_wan_mode_script_reset();
-    flag_set(SUBNET_CONFLICT_FLAG, "0");
-    record_uplink_down(WIRED_UPLINK);
-}
-
 int wan_wired_status_change_handler() {
     const size_t port = wan_port();
     const int wan_mode = get_CFG_int(USR_WAN_MODE);
@@ -88,17 +67,18 @@ int wan_wired_status_change_handler() {
     if (current == last && netstatus == current)
         return 0;
 
-    UPLINKD_DEBUG("detect wan_port_status change form %d to %d", last, current);
-    UPLINKD_DEBUG("wan_port_status_current %d , wired_netstatus %d", current, netstatus);
-    UPLINKD_DEBUG("wan_mode_current (%d)", wan_mode);
-    UPLINKD_TRACE(LOG_EVENT, "detect wan_port_status change form %d to %d", last, current);
-    UPLINKD_TRACE(LOG_EVENT, "wan_port_status_current %d , wired_netstatus %d", current, netstatus);
+    for (const log_form form : BOTH_FORMS) {
+        UPLINKD_LOG(form, "detect wan_port_status change form %d to %d", last, current);
+        UPLINKD_LOG(form, "wan_port_status_current %d , wired_netstatus %d", current, netstatus);
+        if (form == log_form::debug)
+            UPLINKD_DEBUG("wan_mode_current (%d)", wan_mode);
+    }
 
     if (is_wired_mode(wan_mode)) {
         if (current == PORT_LINKED) {
-            bring_up(wan_mode);
+            bring_uplink_up(WIRED_UPLINK, wan_mode);
         } else {
-            take_down(wan_mode);
+            take_uplink_down(WIRED_UPLINK, wan_mode, subnet_conflict::ends);
             const int result = uplinkd_send_async_msg(APP_ID_LINKPROBE,
                                                       LINKPROBE_MSG_ID_WAN_LINK_BROKEN, nullptr, 0);
             UPLINKD_TRACE(

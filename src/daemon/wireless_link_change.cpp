@@ -9,14 +9,13 @@
 #include "base/log_forms.h"
 #include "base/messages.h"
 #include "base/text.h"
-#include "provision/wan_mode_script.h"
-#include "provision/wireless_wan.h"
+#include "provision/uplink_setup.h"
 #include "wan/setting_keys.h"
 #include "wan/uplinks.h"
 
-// The link status texts of the last evaluation. Handlers only, under their mutex.
-static text<8> uplinkd_wlan_link_status_24g_buff;
-static text<8> uplinkd_wlan_link_status_58g_buff;
+// The link status texts of the last evaluation.
+static text<8> uplinkd_wlan_link_status_24g_buff UPLINKD_GUARDED_BY(uplinkd_handler_mutex);
+static text<8> uplinkd_wlan_link_status_58g_buff UPLINKD_GUARDED_BY(uplinkd_handler_mutex);
 
 namespace {
 
@@ -24,48 +23,30 @@ struct wlan_band {
     const char *name; // as log lines have it
     int wan_mode;
     const uplink &wan;
-    text<8> &kept;
+    text<8> *kept UPLINKD_PT_GUARDED_BY(uplinkd_handler_mutex);
 };
 
 constexpr wlan_band BAND_24G = {"24g", WAN_MODE_WLAN24, WLAN24_UPLINK,
-                                uplinkd_wlan_link_status_24g_buff};
+                                &uplinkd_wlan_link_status_24g_buff};
 constexpr wlan_band BAND_58G = {"58g", WAN_MODE_WLAN58, WLAN58_UPLINK,
-                                uplinkd_wlan_link_status_58g_buff};
+                                &uplinkd_wlan_link_status_58g_buff};
 
 } // namespace
 
-static void bring_up(const wlan_band &band) {
-    if (!uplinkd_is_wan_mode_script_present()) {
-        uplinkd_process_wlan_up(band.wan_mode);
-        return;
-    }
-    record_uplink_up(band.wan);
-    run_wan_mode_script_set();
-}
-
-static void take_down(const wlan_band &band) {
-    if (!uplinkd_is_wan_mode_script_present()) {
-        uplinkd_process_wlan_down(band.wan_mode);
-        return;
-    }
-    run_wan_mode_script_reset();
-    record_uplink_down(band.wan);
-}
-
-// Acts on what has become of one band's link; logs in the handler's name.
+// Acts on what has become of one band's link; logs in the handler's place.
 static void evaluate(const wlan_band &band, const text<4> &current, int wan_mode, bool refresh,
-                     log_site site = caller_site()) {
-    if (strcmp(current.c_str(), band.kept.c_str()) == 0 && !refresh)
+                     log_site site = caller_site()) UPLINKD_HANDLER {
+    if (strcmp(current.c_str(), band.kept->c_str()) == 0 && !refresh)
         return;
     UPLINKD_TRACE_AT(site, LOG_EVENT, "detect wlan_link_status_%s change %s to %s", band.name,
-                     band.kept.c_str(), current.c_str());
+                     band.kept->c_str(), current.c_str());
     if (wan_mode == band.wan_mode) {
         if (to_int(current.c_str()) == WLAN_LINKED)
-            bring_up(band);
+            bring_uplink_up(band.wan, wan_mode);
         else
-            take_down(band);
+            take_uplink_down(band.wan, wan_mode);
     }
-    band.kept = to_text<8>(current.c_str());
+    *band.kept = to_text<8>(current.c_str());
     uplinkd_update_connstatus();
 }
 

@@ -21,13 +21,11 @@
 static constexpr int BAND_INDEX = 0;
 
 int uplinkd_process_wlan_up(int wan_mode) {
-    uplinkd_file_truncate(TMP_SCRIPT);
-    uplinkd_file_append_line(TMP_SCRIPT, BATCH_HEADER, __func__);
+    begin_batch(__func__);
     uplinkd_dhcpc_kill_clients();
 
     wan_di_set set;
-    if (uplinkd_cfg_get_di_wlan_by_mode(&set, wan_mode) != 0)
-        return -1;
+    uplinkd_cfg_get_di_wlan_by_mode(&set, wan_mode);
     set_devinfo_value_by_id(set.netstatus_id, "1", 1);
     const char *iface_type = uplink_of_mode(wan_mode)->iface_type;
     set_devinfo_value_by_id(set.iface_type_id, iface_type, static_cast<int>(strlen(iface_type)));
@@ -36,33 +34,31 @@ int uplinkd_process_wlan_up(int wan_mode) {
         UPLINKD_TRACE(LOG_EVENT, "got invalid ifname");
         return -1;
     }
-    const int ip_version = uplinkd_cfg_get_wired_ipversion_by_idx(BAND_INDEX);
+    const uplinkd_ip_version ip_version = uplinkd_cfg_get_wired_ipversion_by_idx(BAND_INDEX);
     if ((ip_version & IPVER_V4) != 0)
         uplinkd_dhcpcv4_start_on_iface(ifname.c_str(), BAND_INDEX,
                                        uplinkd_cfg_get_wired_ipmode_v4_by_idx(BAND_INDEX), &set);
     if ((ip_version & IPVER_V6) != 0)
         uplinkd_dhcpcv6_start_on_iface(ifname.c_str(), BAND_INDEX,
                                        uplinkd_cfg_get_wired_ipmode_v6_by_idx(BAND_INDEX), &set);
-    uplinkd_script_execute(TMP_SCRIPT, __func__);
+    run_batch(__func__);
     UPLINKD_TRACE(LOG_ROUTINE, "finish process wlan up");
     return 0;
 }
 
 int uplinkd_process_wlan_down(int wan_mode) {
-    uplinkd_file_truncate(TMP_SCRIPT);
-    uplinkd_file_append_line(TMP_SCRIPT, BATCH_HEADER, __func__);
+    begin_batch(__func__);
     uplinkd_dhcpc_kill_clients();
 
     wan_di_set set;
-    if (uplinkd_cfg_get_di_wlan_by_mode(&set, wan_mode) != 0)
-        return 0;
+    uplinkd_cfg_get_di_wlan_by_mode(&set, wan_mode);
     const text<32> ifname = item_ifname<32>(set.ifname_id);
     if (!ifname.empty()) {
         uplinkd_iface_clean_addrv4(ifname.c_str());
         uplinkd_iface_clean_global_addrv6(ifname.c_str());
     }
     uplinkd_cfg_clean_wan_di(&set);
-    uplinkd_script_execute(TMP_SCRIPT, __func__);
+    run_batch(__func__);
     UPLINKD_TRACE(LOG_ROUTINE, "finish process wlan down");
     return 0;
 }

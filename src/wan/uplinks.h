@@ -76,7 +76,3 @@ template <int N> learned_address<N> read_learned_address(const uplink &wan) {
         cmd_get_netmask(learned.ifname.c_str(), learned.netmask.data());
     return learned;
 }
-
-// Record an uplink as up or down in its network-status, interface-name and interface-type items.
-void record_uplink_up(const uplink &wan);
-void record_uplink_down(const uplink &wan);

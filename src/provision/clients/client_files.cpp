@@ -11,8 +11,8 @@
 using pid_fname = text<32>;
 
 // A program's file for one IP version; the empty text for any other version.
-static void dhcpc_fname(char *buffer, int size, const char *name, int idx, int ip_version,
-                        const char *suffix) {
+static void dhcpc_fname(char *buffer, int size, const char *name, int idx,
+                        uplinkd_ip_version ip_version, const char *suffix) {
     if (buffer == nullptr || size <= 0)
         return;
     buffer[0] = '\0';
@@ -23,12 +23,12 @@ static void dhcpc_fname(char *buffer, int size, const char *name, int idx, int i
 }
 
 void uplinkd_dhcpc_get_pid_fname_by_idx(char *buffer, int size, const char *name, int idx,
-                                        int ip_version) {
+                                        uplinkd_ip_version ip_version) {
     dhcpc_fname(buffer, size, name, idx, ip_version, "pid");
 }
 
 void uplinkd_dhcpc_get_script_fname_by_idx(char *buffer, int size, const char *name, int idx,
-                                           int ip_version) {
+                                           uplinkd_ip_version ip_version) {
     dhcpc_fname(buffer, size, name, idx, ip_version, "script");
 }
 
@@ -39,8 +39,9 @@ int uplinkd_ppp_get_pid_fname_by_idx(char *buffer, int size, int idx, const char
     return 0;
 }
 
-int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx, int ip_version,
-                                        int script_type) {
+int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx,
+                                        uplinkd_ip_version ip_version,
+                                        ppp_script_type script_type) {
     if (buffer == nullptr || size <= 0)
         return -1;
     if (ip_version != IPVER_V4 && ip_version != IPVER_V6) {
@@ -57,8 +58,13 @@ int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx, int ip_
     return 0;
 }
 
-void queue_chmod(const char *script) {
-    uplinkd_file_append_line(TMP_SCRIPT, "chmod 777 %s >/dev/null 2>&1", script);
+void write_client_script(const char *path, const char *script_template, ...) {
+    uplinkd_file_truncate(path);
+    va_list args;
+    va_start(args, script_template);
+    file_append_line_args(path, script_template, args);
+    va_end(args);
+    uplinkd_file_append_line(TMP_SCRIPT, "chmod 777 %s >/dev/null 2>&1", path);
 }
 
 int uplinkd_dhcpcv4_kill_client() {

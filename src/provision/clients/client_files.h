@@ -4,6 +4,7 @@
 
 #include "base/text.h"
 #include "batch/script_runner.h"
+#include "wan/modes.h"
 
 inline constexpr const char *UDHCPC = "udhcpc";
 inline constexpr const char *UDHCPC6 = "udhcpc6";
@@ -20,15 +21,15 @@ enum ppp_script_type : int {
 // Names of a DHCP client's files, cut to SIZE - 1 characters. An absent program name or an IP
 // version other than 4 and 6 gives the empty text.
 void uplinkd_dhcpc_get_pid_fname_by_idx(char *buffer, int size, const char *name, int idx,
-                                        int ip_version);
+                                        uplinkd_ip_version ip_version);
 void uplinkd_dhcpc_get_script_fname_by_idx(char *buffer, int size, const char *name, int idx,
-                                           int ip_version);
+                                           uplinkd_ip_version ip_version);
 
 // Both names of a DHCP client of WAN IDX.
 struct dhcp_client_fnames {
     text<64> pid, script;
 
-    dhcp_client_fnames(const char *name, int idx, int ip_version) {
+    dhcp_client_fnames(const char *name, int idx, uplinkd_ip_version ip_version) {
         uplinkd_dhcpc_get_pid_fname_by_idx(pid.data(), pid.size(), name, idx, ip_version);
         uplinkd_dhcpc_get_script_fname_by_idx(script.data(), script.size(), name, idx, ip_version);
     }
@@ -37,11 +38,13 @@ struct dhcp_client_fnames {
 // Names of a PPP client's files. Return 0; -1 for an absent or invalid argument, with the buffer
 // untouched.
 int uplinkd_ppp_get_pid_fname_by_idx(char *buffer, int size, int idx, const char *name);
-int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx, int ip_version,
-                                        int script_type);
+int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx,
+                                        uplinkd_ip_version ip_version, ppp_script_type script_type);
 
-// Queues the command that makes a generated client script executable.
-void queue_chmod(const char *script);
+// Puts the expansion of SCRIPT_TEMPLATE into the script at PATH, at once, and queues the command
+// that makes it executable.
+[[gnu::format(printf, 2, 3)]] void write_client_script(const char *path,
+                                                       const char *script_template, ...);
 
 int uplinkd_dhcpcv4_kill_client();
 int uplinkd_dhcpcv6_kill_client(); // and drop the IPv6 masquerading rules

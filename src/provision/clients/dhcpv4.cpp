@@ -14,14 +14,18 @@
 
 using setting_value = text<32>;
 
-int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, int ipmode,
+int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, uplinkd_ipmode ipmode,
                                    const wan_ipv4_ids *ids) {
     if (ifname == nullptr || ids == nullptr)
         return -1;
     switch (ipmode) {
     case IPMODE_STATIC: uplinkd_dhcpcv4_setup_static(ifname, idx, ids); break;
     case IPMODE_DHCP: uplinkd_dhcpcv4_run_client(ifname, idx, ids); break;
-    default: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
+    case IPMODE_NONE:
+    case IPMODE_STATEFUL:
+    case IPMODE_STATELESS:
+    case IPMODE_SLAAC:
+    case IPMODE_LINKPPP: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
     }
     UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpcv4 on iface (%s), idx (%d), ipmode (%d)", ifname,
                   idx, ipmode);
@@ -30,11 +34,8 @@ int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, int ipmode,
 
 int uplinkd_dhcpcv4_write_script(const char *path, const char *writer, const wan_ipv4_ids *ids,
                                  int app_id, int msg_id) {
-    uplinkd_file_truncate(path);
-    uplinkd_file_append_line(path, DHCPV4_LEASE_SCRIPT, writer, ids->ipv4_netmask_id,
-                             ids->ipv4_addr_id, ids->ipv4_gateway_id, ids->ipv4_dns1_id,
-                             ids->ipv4_dns2_id, app_id, msg_id);
-    queue_chmod(path);
+    write_client_script(path, DHCPV4_LEASE_SCRIPT, writer, ids->ipv4_netmask_id, ids->ipv4_addr_id,
+                        ids->ipv4_gateway_id, ids->ipv4_dns1_id, ids->ipv4_dns2_id, app_id, msg_id);
     return 0;
 }
 

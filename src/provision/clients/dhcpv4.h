@@ -1,11 +1,12 @@
 // IPv4 on one WAN interface: the DHCP client with its lease script, or a static address.
 #pragma once
 
+#include "wan/modes.h"
 #include "wan/wan_record.h"
 
 // Starts IPv4 on the interface in mode IPMODE_STATIC or IPMODE_DHCP. Returns 0; -1 for an absent
 // argument or any other mode.
-int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, int ipmode,
+int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, uplinkd_ipmode ipmode,
                                    const wan_ipv4_ids *ids);
 
 // Writes the lease script at once and queues the command that makes it executable. Returns 0.

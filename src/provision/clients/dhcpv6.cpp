@@ -9,7 +9,7 @@
 #include "provision/clients/dhcpv6_scripts.h"
 #include "wan/modes.h"
 
-int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, int ipmode,
+int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, uplinkd_ipmode ipmode,
                                    const wan_ipv6_ids *ids) {
     if (ifname == nullptr || ids == nullptr)
         return -1;
@@ -18,7 +18,9 @@ int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, int ipmode,
     case IPMODE_STATEFUL: uplinkd_dhcpcv6_start_stateful(ifname, idx, ids); break;
     case IPMODE_STATELESS: uplinkd_dhcpcv6_start_stateless(ifname, idx, ids); break;
     case IPMODE_SLAAC: uplinkd_dhcpcv6_start_slaac(); break;
-    default: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
+    case IPMODE_NONE:
+    case IPMODE_DHCP:
+    case IPMODE_LINKPPP: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
     }
     UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpcv6 on iface (%s), idx (%d), ipmode (%d)", ifname,
                   idx, ipmode);
@@ -28,22 +30,18 @@ int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, int ipmode,
 int uplinkd_dhcpcv6_write_stateless_script(const char *path, const char *writer,
                                            const wan_ipv6_ids *ids, int retry_count,
                                            int wait_period, int app_id, int msg_id) {
-    uplinkd_file_truncate(path);
-    uplinkd_file_append_line(path, DHCPV6_STATELESS_SCRIPT, writer, ids->ipv6_addr_id,
-                             ids->ipv6_dns1_id, ids->ipv6_dns2_id, ids->ipv6_gateway_id,
-                             retry_count, wait_period, app_id, msg_id);
-    queue_chmod(path);
+    write_client_script(path, DHCPV6_STATELESS_SCRIPT, writer, ids->ipv6_addr_id, ids->ipv6_dns1_id,
+                        ids->ipv6_dns2_id, ids->ipv6_gateway_id, retry_count, wait_period, app_id,
+                        msg_id);
     return 0;
 }
 
 int uplinkd_dhcpcv6_write_stateful_script(const char *path, const char *writer,
                                           const wan_ipv6_ids *ids, int retry_count, int wait_period,
                                           int app_id, int msg_id) {
-    uplinkd_file_truncate(path);
-    uplinkd_file_append_line(path, DHCPV6_STATEFUL_SCRIPT, writer, ids->ipv6_addr_id,
-                             ids->ipv6_dns1_id, ids->ipv6_dns2_id, ids->ipv6_gateway_id,
-                             retry_count, wait_period, app_id, msg_id);
-    queue_chmod(path);
+    write_client_script(path, DHCPV6_STATEFUL_SCRIPT, writer, ids->ipv6_addr_id, ids->ipv6_dns1_id,
+                        ids->ipv6_dns2_id, ids->ipv6_gateway_id, retry_count, wait_period, app_id,
+                        msg_id);
     return 0;
 }
 

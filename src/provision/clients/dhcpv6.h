@@ -2,11 +2,12 @@
 // addresses need nothing from the daemon.
 #pragma once
 
+#include "wan/modes.h"
 #include "wan/wan_record.h"
 
 // Starts IPv6 on the interface in mode IPMODE_STATIC, IPMODE_STATEFUL, IPMODE_STATELESS or
 // IPMODE_SLAAC. Returns 0; -1 for an absent argument or any other mode.
-int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, int ipmode,
+int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, uplinkd_ipmode ipmode,
                                    const wan_ipv6_ids *ids);
 
 // How patiently a lease script waits for the router advertisement's default route: so many

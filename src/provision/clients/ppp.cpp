@@ -65,11 +65,9 @@ int uplinkd_ppp_write_ip_up_script(const char *path, const wan_di_set *set, int 
                                    const char *writer) {
     if (path == nullptr || set == nullptr || writer == nullptr)
         return -1;
-    uplinkd_file_truncate(path);
-    uplinkd_file_append_line(path, PPP_IP_UP_SCRIPT, writer, set->ipv4_dns1_id, set->ipv4_dns2_id,
-                             set->ipv4_addr_id, set->ipv4_gateway_id, set->ifname_id,
-                             set->ipv4_netmask_id, app_id, msg_id);
-    queue_chmod(path);
+    write_client_script(path, PPP_IP_UP_SCRIPT, writer, set->ipv4_dns1_id, set->ipv4_dns2_id,
+                        set->ipv4_addr_id, set->ipv4_gateway_id, set->ifname_id,
+                        set->ipv4_netmask_id, app_id, msg_id);
     return 0;
 }
 
@@ -77,11 +75,9 @@ int uplinkd_ppp_write_ip_down_script(const char *path, const wan_di_set *set, co
                                      int app_id, int msg_id, const char *writer) {
     if (path == nullptr || set == nullptr || ifname == nullptr || writer == nullptr)
         return -1;
-    uplinkd_file_truncate(path);
-    uplinkd_file_append_line(path, PPP_IP_DOWN_SCRIPT, writer, set->ipv4_dns1_id, set->ipv4_dns2_id,
-                             set->ipv4_addr_id, set->ipv4_gateway_id, set->ifname_id,
-                             set->ipv4_netmask_id, shell_word(ifname).c_str(), app_id, msg_id);
-    queue_chmod(path);
+    write_client_script(path, PPP_IP_DOWN_SCRIPT, writer, set->ipv4_dns1_id, set->ipv4_dns2_id,
+                        set->ipv4_addr_id, set->ipv4_gateway_id, set->ifname_id,
+                        set->ipv4_netmask_id, shell_word(ifname).c_str(), app_id, msg_id);
     return 0;
 }
 
@@ -89,10 +85,7 @@ int uplinkd_ppp_write_ipv6_up_script(const char *path, const char *dhcp_script,
                                      const char *dhcp_pid_fname, const char *writer) {
     if (path == nullptr || dhcp_script == nullptr || dhcp_pid_fname == nullptr || writer == nullptr)
         return -1;
-    uplinkd_file_truncate(path);
-    uplinkd_file_append_line(path, PPP_IPV6_UP_SCRIPT, writer, UDHCPC6, dhcp_script,
-                             dhcp_pid_fname);
-    queue_chmod(path);
+    write_client_script(path, PPP_IPV6_UP_SCRIPT, writer, UDHCPC6, dhcp_script, dhcp_pid_fname);
     return 0;
 }
 
@@ -102,11 +95,9 @@ int uplinkd_ppp_write_ipv6_down_script(const char *path, const wan_di_set *set, 
     if (path == nullptr || set == nullptr || ifname == nullptr || dhcp_pid_fname == nullptr ||
         writer == nullptr)
         return -1;
-    uplinkd_file_truncate(path);
-    uplinkd_file_append_line(path, PPP_IPV6_DOWN_SCRIPT, writer, set->ifname_id, set->ipv6_addr_id,
-                             set->ipv6_dns1_id, set->ipv6_dns2_id, shell_word(ifname).c_str(),
-                             dhcp_pid_fname, app_id, msg_id);
-    queue_chmod(path);
+    write_client_script(path, PPP_IPV6_DOWN_SCRIPT, writer, set->ifname_id, set->ipv6_addr_id,
+                        set->ipv6_dns1_id, set->ipv6_dns2_id, shell_word(ifname).c_str(),
+                        dhcp_pid_fname, app_id, msg_id);
     return 0;
 }
 

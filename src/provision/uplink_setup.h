@@ -1,0 +1,17 @@
+// The one place where it is chosen who works on the interfaces: the router's external WAN mode
+// script where it exists, with the daemon only keeping the records, or else the daemon itself.
+#pragma once
+
+#include "wan/uplinks.h"
+
+// Whether a tear-down through the script ends a subnet conflict.
+enum class subnet_conflict { stays, ends };
+
+// Bring the WAN of WAN_MODE up or take it down. In a wired mode the daemon's own work covers all
+// wired WANs.
+void bring_uplink_up(const uplink &wan, int wan_mode);
+void take_uplink_down(const uplink &wan, int wan_mode,
+                      subnet_conflict conflict = subnet_conflict::stays);
+
+// Takes the WAN down because WAN_MODE is left.
+void leave_uplink(const uplink &wan, int wan_mode);
