@@ -4,9 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "arbitration/arbitration.h"
+#include "arbitration/live_state.h"
 #include "platform/config_store.h"
-#include "platform/devinfo_store.h"
 #include "tools/cli.h"
 #include "tools/uplinkctl.h"
 #include "wan/items.h"
@@ -39,36 +38,20 @@ static const char *priority_text(int priority) {
     return priority == NETWORK_PRIORITY_WAN ? "the WAN" : "the mobile network";
 }
 
-static bool is_item_up(int id) {
-    char status[2];
-    get_devinfo_value_by_id(id, status, sizeof status);
-    return status[0] == '1';
-}
-
-static arbitration_inputs live_inputs() {
-    return {
-        .wan_mode = get_CFG_int(USR_WAN_MODE),
-        .strategy = get_CFG_int(USR_WAN_COMMUNICATION_PRIORITY_STRATEGY),
-        .mobile_up = is_item_up(DI_IFA_MOBILE_NETSTATUS),
-        .mobile_connected = is_item_up(DI_IFA_MOBILE_CONNSTATUS),
-        .wan_up = is_item_up(DI_IFA_WIRED_WAN_NETSTATUS),
-        .wan_connected = is_item_up(DI_IFA_WIRED_WAN_CONNSTATUS),
-    };
-}
-
-// The priority that the daemon has stored, beside what follows from the inputs now.
-static std::array<char, 96> recorded_text(int decided) {
-    char stored[8];
-    get_devinfo_value_by_id(DI_IFA_WAN_PRIORITY, stored, sizeof stored);
-    std::array<char, 96> text{};
-    if (stored[0] == '\0')
-        snprintf(text.data(), text.size(), "none yet");
-    else if (stored[0] == '0' + decided && stored[1] == '\0')
-        snprintf(text.data(), text.size(), "%d, the same", decided);
+// The priority that the daemon has stored, beside what follows from the inputs now. It stores one
+// only when that differs from the one that it decided on before.
+static std::array<char, 128> recorded_text(int decided) {
+    const text<8> stored = item_text<8>(DI_IFA_WAN_PRIORITY);
+    std::array<char, 128> recorded{};
+    if (stored.empty())
+        snprintf(recorded.data(), recorded.size(), "none yet");
+    else if (strcmp(stored.c_str(), decided == NETWORK_PRIORITY_WAN ? "1" : "0") == 0)
+        snprintf(recorded.data(), recorded.size(), "%d, the same", decided);
     else
-        snprintf(text.data(), text.size(), "'%s', which the next status change will replace",
-                 stored);
-    return text;
+        snprintf(recorded.data(), recorded.size(),
+                 "'%s', not the same: stored before the inputs changed, or by somebody else",
+                 stored.c_str());
+    return recorded;
 }
 
 static const char *up(bool is_up) {
@@ -84,7 +67,7 @@ int explain_priority(operands) {
     if (cfg_get_item(USR_WAN_MODE, mode, sizeof mode) != 0 && errno != 0 && errno != ENOENT)
         return cli::failure("cannot read the settings: %s", strerror(errno));
 
-    const arbitration_inputs in = live_inputs();
+    const arbitration_inputs in = inputs_of(read_live_state());
     const arbitration_decision decision = arbitrate(in);
     char text[1024];
     snprintf(text, sizeof text,
