@@ -67,7 +67,8 @@ TEST(Tools, UplinkctlKeepsSettingsAndFlags) {
          "uplinkctl explain",
          0,
          "WAN mode +5 .*\nstrategy +0 .*\nmobile +up, not connected\nwired WAN +up, not connected\n"
-         "priority +1, the WAN: mobile first.*\nrecorded +'0',.*\n"},
+         "priority +1, the WAN: mobile first.*\nrecorded +'0', not the same: .* by somebody "
+         "else\n"},
     });
 }
 
