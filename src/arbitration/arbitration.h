@@ -34,7 +34,7 @@ enum class arbitration_rule {
 // Why, in words, in the order of the enumeration.
 inline constexpr std::array ARBITRATION_RULE_TEXT = {
     "the mode uses the mobile network only",
-    "the mode uses the WAN only",
+    "in this mode the WAN always has priority",
     "the WAN mode is invalid",
     "mobile first, but the mobile network is down",
     "mobile first, and the mobile network is connected",

@@ -4,7 +4,7 @@
 #include "arbitration/arbitration.h"
 #include "base/text.h"
 
-// The texts are those of the items, for the log.
+// The texts are the items' own: the log prints them, inputs_of and the handler evaluate them.
 struct live_state {
     text<2> mobile_connstatus;
     text<2> wired_wan_connstatus;

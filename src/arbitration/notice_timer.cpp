@@ -1,7 +1,7 @@
 // In a mix mode that prefers the WAN, a fall-back to the mobile network is announced to the user,
 // but only if it lasts: a countdown of minutes runs first, and what it finds at its end decides.
 //
-// Threads: the handlers' thread arms; one detached thread at a time counts down, checks and sends.
+// Threads: who runs a handler arms; one detached thread at a time counts down, checks and sends.
 // uplinkd_notice_mutex covers the countdown and the sign that such a thread runs; it is never held
 // across a sleep, a store or a send. The timer learns the arbitration's outcome from its item.
 // An arming that meets the running thread, in whichever state, only sets the full countdown; the

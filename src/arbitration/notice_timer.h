@@ -5,7 +5,8 @@
 
 // Guards the countdown and whether a thread counts it down, and nothing else.
 extern uplinkd_mutex uplinkd_notice_mutex;
-// Seconds until the next check; 0 or less when none is pending.
+// Seconds until the next check. 0 when no countdown runs: there is no thread, or one that has not
+// seen the mobile network and checks every second.
 extern int uplinkd_notice_countdown UPLINKD_GUARDED_BY(uplinkd_notice_mutex);
 
 // Starts the countdown, or extends the one that runs. Called by the arbitration when a mix mode

@@ -12,12 +12,12 @@
 
 int uplinkd_debug_mode = 0;
 
-// The longest console text; whatever exceeds it is cut.
+// Room for a console text and its NUL; what exceeds it is cut.
 static constexpr int CONSOLE_TEXT_SIZE = 1024;
 // How long a console may be unready, for example stopped with Ctrl-S, before lines are dropped.
 static constexpr int CONSOLE_PATIENCE_MS = 100;
-// It has had that time, and has not been ready since. (The notice timer logs on a thread of its
-// own.)
+// It has had that time, and has not been ready since. (Atomic, since the notice timer logs on a
+// thread of its own.)
 static std::atomic<bool> console_is_stuck = false;
 
 static bool wait_for_console() {

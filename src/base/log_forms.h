@@ -1,7 +1,7 @@
-// The two forms of a log line. Both name the emitting function and its line, so they are macros: a
-// line belongs in the function whose name it is to print. A helper that logs for its callers takes
-// their place in the source as a defaulted parameter, `log_site site = caller_site()`, and uses the
-// _AT macros.
+// The two forms of a log line. Both name the emitting function, and all but the debug form in the
+// log its source line, so they are macros: a line belongs in the function whose name it is to
+// print. A helper that logs for its callers takes their place in the source as a defaulted
+// parameter, `log_site site = caller_site()`, and uses the _AT macros.
 #pragma once
 
 #include "platform/log.h"
@@ -58,7 +58,7 @@ inline constexpr log_form BOTH_FORMS[] = {log_form::debug, log_form::trace};
     } while (0)
 
 // Three writes to standard output: the prefix, the text, a newline. Control characters in the text
-// are shown as '?', but for its tabs and newlines, which are the daemon's own as well. A console
-// that is gone loses the line; one that nobody reads is given 100 ms once, and then loses lines at
-// once until somebody reads it.
+// are shown as '?', but for tabs and newlines, which the daemon's own texts hold too; it is cut
+// after 1023 bytes. A console that is gone loses the line; one that nobody reads is given 100 ms
+// once, and then loses lines at once until somebody reads it.
 [[gnu::format(printf, 2, 3)]] void console_line(const log_site &site, const char *format, ...);

@@ -12,7 +12,7 @@ int uplinkd_send_msg2pfilterd(int msg_id, const void *payload, int length);
 // The same, but refuses to send to this daemon itself (-1).
 int uplinkd_send_async_msg(int destination, int msg_id, const void *payload, int length);
 
-// Sends MSG_ID without payload to every application on the bus. Returns the bus's result.
+// Sends MSG_ID without payload to every other application on the bus. Returns the bus's result.
 int uplinkd_send_broadcast_msg(int msg_id);
 
 // Tells the priority listener that the network priority has changed.

@@ -25,6 +25,7 @@ quoted_text shell_word_in_double_quotes(const char *value);
 // fault_of_ppp_password.
 quoted_text secrets_word(const char *value);
 
-// Why a PPP secrets file cannot hold the value, in words that end "... refused: "; null if it can.
+// Why a PPP secrets file cannot hold the value, in words that go on after "... refused: "; null if
+// it can.
 const char *fault_of_ppp_user(const char *value);
 const char *fault_of_ppp_password(const char *value);

@@ -1,5 +1,5 @@
 // One table leads from each message to its handler. The handlers run on the bus's delivery thread,
-// one at a time; only those of setup-completed and priority-changed have a result other than 0.
+// one at a time; only priority-changed can have a result other than 0, for a null record.
 
 #include "daemon/dispatch.h"
 

@@ -16,7 +16,7 @@ int uplinkd_priority_change_handler(const uplinkd_msg_t *message) {
         UPLINKD_TRACE(LOG_EVENT, "wan_mode(%d) is not bridge mix mode ,do nothing", wan_mode);
         return 0;
     }
-    // The status now contradicts the port, so the port handler will not skip its evaluation.
+    // The status now contradicts a port that has link, so the port handler will not skip it.
     set_devinfo_value_by_id(DI_IFA_WIRED_WAN_NETSTATUS, "0", 2);
     return wan_wired_status_change_handler();
 }

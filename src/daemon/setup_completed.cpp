@@ -1,6 +1,7 @@
 // The end of the feedback loop: a client script has stored a lease and reports. With the external
-// script, the active uplink is checked against the main LAN subnet; without it, every enabled
-// wired WAN against all LAN and VLAN subnets.
+// script, the active uplink is checked against the main LAN subnet, which the bridge modes ignore;
+// without it, in a wired mode, every enabled wired WAN against the LAN and VLAN subnets that are
+// enabled and served, up to the first overlap.
 
 #include "daemon/setup_completed.h"
 

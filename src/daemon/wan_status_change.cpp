@@ -28,8 +28,8 @@ static bool uplinkd_reboot_refusal_pending UPLINKD_GUARDED_BY(uplinkd_handler_mu
 
 static constexpr unsigned REBOOT_GRACE_SECONDS = 10;
 
-// Whether a mode with a single uplink finds it without a connection. A wireless link that is not
-// there at all is no news.
+// Whether a mode of fixed priority finds its uplink without a connection. A wireless link that is
+// not there at all is no news.
 static bool lost_connection(const live_state &live) {
     const bool wlan_unconnected = to_int(live.wlan_wan_connstatus.c_str()) == 0;
     switch (live.wan_mode) {

@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-// 1 when the network overlaps an enabled LAN (VLAN) subnet, 0 when none, -1 for a null argument.
+// 1 when the network overlaps a LAN (VLAN) subnet that is enabled and served, or an address is
+// malformed; 0 when none; -1 for a null argument.
 int uplinkd_process_is_addrv4_conflict_with_lan(const char *wan_addr, const char *wan_mask);
 int uplinkd_process_is_addrv4_conflict_with_v_lan(const char *wan_addr, const char *wan_mask);
 

@@ -1,5 +1,7 @@
-// The one place where it is chosen who works on the interfaces: the router's external WAN mode
-// script where it exists, with the daemon only keeping the records, or else the daemon itself.
+// Who works on the interfaces when a link or the mode changes: the router's external WAN mode
+// script where it exists, with the daemon only keeping the records, or else the daemon itself. (The
+// set-up check and the PPPoE redial ask for the script themselves: without it they do something
+// else.)
 #pragma once
 
 #include "wan/uplinks.h"

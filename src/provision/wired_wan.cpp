@@ -19,8 +19,8 @@ static constexpr int MAX_VLAN_ID = 4095;
 namespace {
 
 // One wired WAN and the interface that its item names. While a PPPoE link is up that is the PPP
-// interface, so a bring-up that meets one dials on it; the link's down scripts put the name that
-// they were written with back.
+// interface, so a bring-up that meets one dials on it, and writes that name into the new down
+// scripts as the one to put back.
 struct wired_wan {
     int idx;
     wan_di_set items;

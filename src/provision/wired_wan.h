@@ -3,5 +3,5 @@
 
 // WAN_MODE is one of the wired modes. Return 0.
 int uplinkd_process_wired_up(int wan_mode);
-// In WAN mode 7 the addresses survive, on the interface and in the items.
+// In WAN mode 7 the items keep the addresses, and the interface its IPv4 ones.
 int uplinkd_process_wired_down(int wan_mode);

@@ -1,4 +1,4 @@
-// Interface names come from items that anybody on the router may write.
+// Interface names come from items that any program of the router may write.
 #pragma once
 
 #include <net/if.h>

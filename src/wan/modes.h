@@ -7,7 +7,7 @@ inline constexpr int WAN_MODE_WIRED = 2;      // wired WAN only
 inline constexpr int WAN_MODE_WLAN24 = 3;     // Wi-Fi client on 2.4 GHz
 inline constexpr int WAN_MODE_WLAN58 = 4;     // Wi-Fi client on 5.8 GHz
 inline constexpr int WAN_MODE_MIX = 5;        // mobile network and wired WAN, priority by strategy
-inline constexpr int WAN_MODE_BRIDGE = 6;     // as MIX, but the WAN always has priority
+inline constexpr int WAN_MODE_BRIDGE = 6;     // as MIX, bridged, and the WAN always has priority
 inline constexpr int WAN_MODE_BRIDGE_MIX = 7; // as MIX, bridged
 
 constexpr bool is_wired_mode(int wan_mode) {

@@ -65,8 +65,9 @@ inline constexpr wan_di_set WLAN58_RECORD = wireless_record(
 int uplinkd_cfg_get_di_wired_by_idx(wan_di_set *set, int idx);
 int uplinkd_cfg_get_di_wlan_by_mode(wan_di_set *set, int wan_mode);
 
-// Clear the items of a record or of one of its groups. Return 0, or -1 for a null pointer.
-int uplinkd_cfg_clean_iface_wan_di(const wan_iface_ids *ids); // not the interface name
+// Clear the items of a record or of one of its groups; of the first, the type is emptied, the
+// network status set to 0, and the interface name kept. Return 0, or -1 for a null pointer.
+int uplinkd_cfg_clean_iface_wan_di(const wan_iface_ids *ids);
 int uplinkd_cfg_clean_ipv4_wan_di(const wan_ipv4_ids *ids);
 int uplinkd_cfg_clean_ipv6_wan_di(const wan_ipv6_ids *ids);
 int uplinkd_cfg_clean_wan_di(const wan_di_set *set);

@@ -50,7 +50,7 @@ int uplinkd_dhcpcv4_kill_client();
 int uplinkd_dhcpcv6_kill_client(); // and drop the IPv6 masquerading rules
 int uplinkd_dhcpc_kill_clients();
 int uplinkd_ppp_clean_secrets(); // at once
-int uplinkd_ppp_kill_client();
+int uplinkd_ppp_kill_client();   // and empty the secrets, at once
 
 // Remove the pid files that clients of WAN IDX left behind. Return 0, -1 for an index outside 0
 // to 8.

@@ -17,5 +17,5 @@ int uplinkd_dhcpcv4_write_script(const char *path, const char *writer, const wan
 void uplinkd_dhcpcv4_run_client(const char *ifname, int idx, const wan_ipv4_ids *ids);
 
 // Copies the configured address into the items and queues the address command. Returns 0, or -1
-// for absent item IDs.
+// for an absent argument.
 int uplinkd_dhcpcv4_setup_static(const char *ifname, int idx, const wan_ipv4_ids *ids);
