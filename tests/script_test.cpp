@@ -69,6 +69,9 @@ TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
     EXPECT_EQ(uplinkd_file_append_line("/etc/ppp/chap-secrets", "new"), 0);
     EXPECT_EQ(file_text("/tmp/ram_disk"), "new\n");
     EXPECT_TRUE(fs::is_symlink("/etc/ppp/chap-secrets"));
+    fs::create_hard_link("/tmp/ram_disk", "/tmp/somebody_elses_too");
+    EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), -1);
+    EXPECT_EQ(file_text("/tmp/ram_disk"), "new\n");
 }
 
 static std::string through_shell(const std::string &command) {

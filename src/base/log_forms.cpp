@@ -5,7 +5,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/text.h"
@@ -27,18 +29,34 @@ static bool wait_for_console() {
     return ready;
 }
 
+// Standard output as a terminal or pipe that cannot block us: it may have room for a part of a text
+// only. (Standard output itself is shared with who started us, and has to stay as it is.) Returns a
+// descriptor, or -1 for a file or a socket.
+static int open_unblocking() {
+    struct stat output;
+    if (fstat(STDOUT_FILENO, &output) != 0 ||
+        !(S_ISCHR(output.st_mode) || S_ISFIFO(output.st_mode)))
+        return -1;
+    return open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+}
+
 // Writes without being ended by a pipe whose reader has gone. (Ignoring SIGPIPE for good would be
-// inherited by every client that is started.)
-static void write_without_sigpipe(const char *data, size_t length) {
+// inherited by every client that is started.) Returns whether the console took all of it.
+static bool write_without_sigpipe(const char *data, size_t length) {
     sigset_t sigpipe, previous;
     sigemptyset(&sigpipe);
     sigaddset(&sigpipe, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &sigpipe, &previous);
-    if (write(STDOUT_FILENO, data, length) < 0) {
+    const int own = open_unblocking();
+    const ssize_t written = write(own >= 0 ? own : STDOUT_FILENO, data, length);
+    if (own >= 0)
+        close(own);
+    if (written < 0) {
         const timespec at_once = {};
         sigtimedwait(&sigpipe, nullptr, &at_once);
     }
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    return written >= 0 && static_cast<size_t>(written) == length;
 }
 
 static void hide_control_characters(char *text) {
@@ -49,26 +67,28 @@ static void hide_control_characters(char *text) {
     }
 }
 
-// Returns whether the console was ready for the text.
+// Returns whether the console took the text.
 [[gnu::format(printf, 1, 0)]] static bool console_write(const char *format, va_list args) {
     text<CONSOLE_TEXT_SIZE> line;
     int length = vsnprintf(line.data(), sizeof line.chars, format, args);
     if (length >= line.size())
         length = line.size() - 1;
     hide_control_characters(line.data());
+    if (length <= 0)
+        return true;
     if (!wait_for_console())
         return false;
-    if (length > 0)
-        write_without_sigpipe(line.c_str(), static_cast<size_t>(length));
-    return true;
+    const bool taken = write_without_sigpipe(line.c_str(), static_cast<size_t>(length));
+    console_is_stuck = !taken;
+    return taken;
 }
 
 [[gnu::format(printf, 1, 2)]] static bool console_print(const char *format, ...) {
     va_list args;
     va_start(args, format);
-    const bool was_ready = console_write(format, args);
+    const bool taken = console_write(format, args);
     va_end(args);
-    return was_ready;
+    return taken;
 }
 
 void console_line(const log_site &site, const char *format, ...) {

@@ -34,7 +34,8 @@ static constexpr mode_t EXECUTE_BITS = 0111;
 // O_NONBLOCK, because a planted FIFO must not hold us up.
 static constexpr int OPEN_FLAGS = O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC;
 
-// Only root can put anything there, so a link, to a RAM disk for example, is root's own wish.
+// Only root can put anything there, so a link, to a RAM disk for example, is root's own wish. It
+// has to lead to where only root can put anything, too.
 static bool is_secrets_file(const char *path) {
     return strncmp(path, SECRETS_FOLDER, strlen(SECRETS_FOLDER)) == 0;
 }
@@ -42,7 +43,7 @@ static bool is_secrets_file(const char *path) {
 static int open_secrets(const char *path) {
     const int file = open(path, OPEN_FLAGS | O_CREAT, SECRETS_MODE);
     struct stat status;
-    if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
+    if (file >= 0 && fstat(file, &status) == 0 && !is_foreign(status) &&
         fchmod(file, SECRETS_MODE) == 0)
         return file;
     if (file >= 0)
@@ -50,51 +51,69 @@ static int open_secrets(const char *path) {
     return -1;
 }
 
-static int create_file(const char *path, mode_t mode = SCRIPT_MODE) {
+static int truncate_secrets(const char *path) {
+    const int file = open_secrets(path);
+    if (file < 0)
+        return -1;
+    const int result = ftruncate(file, 0);
+    close(file);
+    return result;
+}
+
+static int create_file(const char *path, mode_t mode) {
     return open(path, OPEN_FLAGS | O_CREAT | O_EXCL, mode);
 }
 
-// A folder in the way is removed, or moved aside if it is not empty.
-static bool clear_away_folder(const char *path) {
-    if (rmdir(path) == 0)
-        return true;
+using path_text = text<128>;
+
+// A name beside PATH that nobody else knows in advance.
+static path_text name_beside(const char *path, const char *what) {
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    text<128> aside;
-    snprintf(aside.data(), sizeof aside.chars, "%s.aside.%ld", path, now.tv_nsec);
-    return rename(path, aside.c_str()) == 0;
+    path_text name;
+    snprintf(name.data(), sizeof name.chars, "%s.%s.%ld", path, what, now.tv_nsec);
+    return name;
 }
 
-// Opens the file at PATH, or a new one in the place of anything that is not ours alone: a link, a
-// FIFO, a folder, another user's file, or one that others may write, who may have kept it open
-// since the last batch. A script of ours stays executable: its pppd may be about to run it.
-// Returns a descriptor, or -1.
-static int open_replacing(const char *path) {
-    int file = create_file(path);
-    if (file >= 0)
-        return file;
-    file = open(path, OPEN_FLAGS | O_NOFOLLOW);
-    if (file < 0 && errno != ELOOP && errno != ENXIO && errno != EACCES && errno != EISDIR)
-        return -1; // out of descriptors, for example: no reason to remove anything
-    mode_t mode = SCRIPT_MODE;
-    if (file >= 0) {
-        struct stat status;
-        if (fstat(file, &status) == 0 && !is_foreign(status)) {
-            mode |= status.st_mode & EXECUTE_BITS;
-            if ((status.st_mode & 0777 & ~mode) == 0)
-                return file;
-        }
-        close(file);
-    }
-    if (unlink(path) != 0 && !(errno == EISDIR && clear_away_folder(path)))
+// Renames, also over a folder, which is removed, or moved aside if it is not empty.
+static bool rename_over(const char *from, const char *path) {
+    if (rename(from, path) == 0)
+        return true;
+    return errno == EISDIR &&
+           (rmdir(path) == 0 || rename(path, name_beside(path, "aside").c_str()) == 0) &&
+           rename(from, path) == 0;
+}
+
+// Puts an empty file in the place of whatever lies at PATH: a link, a FIFO, a folder, another
+// user's file, or a script of ours that others may have kept open since it was writable for them.
+// It takes over the execute bits of a script of ours, whose pppd may be about to run it; and it
+// comes by rename, so that the name is never missing, nor free for somebody else to take.
+static int replace_script(const char *path) {
+    struct stat old;
+    const bool ours = lstat(path, &old) == 0 && !is_foreign(old);
+    const path_text fresh = name_beside(path, "new");
+    const int file =
+        create_file(fresh.c_str(), SCRIPT_MODE | (ours ? old.st_mode & EXECUTE_BITS : 0));
+    if (file < 0) {
+        if (!ours)
+            unlink(path); // nobody is to run it in our script's place
         return -1;
-    return create_file(path, mode);
+    }
+    close(file);
+    if (rename_over(fresh.c_str(), path))
+        return 0;
+    unlink(fresh.c_str());
+    return -1;
+}
+
+int uplinkd_file_truncate(const char *path) {
+    return is_secrets_file(path) ? truncate_secrets(path) : replace_script(path);
 }
 
 // Opens the file at PATH to append, or creates it. What is not ours alone is refused: it cannot
 // hold the batch that has been written so far. Returns a descriptor, or -1.
 static int open_own(const char *path) {
-    int file = create_file(path);
+    int file = create_file(path, SCRIPT_MODE);
     if (file >= 0)
         return file;
     file = open(path, OPEN_FLAGS | O_NOFOLLOW);
@@ -105,15 +124,6 @@ static int open_own(const char *path) {
         return file;
     close(file);
     return -1;
-}
-
-int uplinkd_file_truncate(const char *path) {
-    const int file = is_secrets_file(path) ? open_secrets(path) : open_replacing(path);
-    if (file < 0)
-        return -1;
-    const int result = ftruncate(file, 0);
-    close(file);
-    return result;
 }
 
 // Appends all or, on a full disk, nothing: the beginning of a command is another command.

@@ -5,10 +5,11 @@
 // built at a time; the handlers, which build them, never run concurrently.
 //
 // Scripts lie where other users may write. Truncating one puts a new file in the place of whatever
-// is not this program's alone: a link, a FIFO, a folder, another user's file, and also a script of
-// its own that a batch has made writable for all. Appending to a foreign thing is refused. A script
-// is created 0644, less what the umask takes away, and keeps the execute bits of the one it
-// replaces. The secrets are 0600; SECRETS_FOLDER is root's own, so a link there is followed.
+// lies there, a link, a FIFO, a folder, another user's file, or the old script, which a batch has
+// made writable for all. Appending to what is not this program's alone is refused. A script is
+// created 0644, less what the umask takes away, and keeps the execute bits of the script of this
+// program that it replaces. The secrets are 0600; SECRETS_FOLDER is root's own, so a link there is
+// followed, to a file of this program's user or a new one.
 #pragma once
 
 #include <cstdarg>

@@ -21,11 +21,10 @@ quoted_text shell_word(const char *value);
 quoted_text shell_word_in_double_quotes(const char *value);
 
 // VALUE as one word of a PPP secrets file, in double quotes where the reader of that file needs
-// them (pppd(8), AUTHENTICATION). The file can hold no control character: see
-// fault_of_ppp_password.
+// them (pppd(8), AUTHENTICATION). For values that have no fault.
 quoted_text secrets_word(const char *value);
 
-// Why a PPP secrets file cannot hold the value, in words that go on after "... refused: "; null if
-// it can.
+// Why the value is not written into a PPP secrets file, in words that go on after "... refused: ";
+// null if it is.
 const char *fault_of_ppp_user(const char *value);
 const char *fault_of_ppp_password(const char *value);

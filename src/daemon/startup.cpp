@@ -13,7 +13,6 @@
 #include "daemon/wan_mode_change.h"
 #include "platform/flag_store.h"
 #include "wan/flags.h"
-#include "wan/modes.h"
 
 static constexpr const char *SETTINGSD_MARKER = "/tmp/.flag_settingsd_init_finished";
 static constexpr unsigned POLL_SECONDS = 3;

@@ -14,18 +14,28 @@
 
 using setting_value = text<32>;
 
-int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, uplinkd_ipmode ipmode,
-                                   const wan_ipv4_ids *ids) {
-    if (ifname == nullptr || ids == nullptr)
-        return -1;
+// False for a mode that is none of IPv4's.
+static bool start_mode(const char *ifname, int idx, uplinkd_ipmode ipmode,
+                       const wan_ipv4_ids *ids) {
     switch (ipmode) {
-    case IPMODE_STATIC: uplinkd_dhcpcv4_setup_static(ifname, idx, ids); break;
-    case IPMODE_DHCP: uplinkd_dhcpcv4_run_client(ifname, idx, ids); break;
+    case IPMODE_STATIC: uplinkd_dhcpcv4_setup_static(ifname, idx, ids); return true;
+    case IPMODE_DHCP: uplinkd_dhcpcv4_run_client(ifname, idx, ids); return true;
     case IPMODE_NONE:
     case IPMODE_STATEFUL:
     case IPMODE_STATELESS:
     case IPMODE_SLAAC:
-    case IPMODE_LINKPPP: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
+    case IPMODE_LINKPPP: break;
+    }
+    return false;
+}
+
+int uplinkd_dhcpcv4_start_on_iface(const char *ifname, int idx, uplinkd_ipmode ipmode,
+                                   const wan_ipv4_ids *ids) {
+    if (ifname == nullptr || ids == nullptr)
+        return -1;
+    if (!start_mode(ifname, idx, ipmode, ids)) {
+        UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode);
+        return -1;
     }
     UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpcv4 on iface (%s), idx (%d), ipmode (%d)", ifname,
                   idx, ipmode);

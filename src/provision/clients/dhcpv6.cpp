@@ -9,18 +9,28 @@
 #include "provision/clients/dhcpv6_scripts.h"
 #include "wan/modes.h"
 
+// False for a mode that is none of IPv6's.
+static bool start_mode(const char *ifname, int idx, uplinkd_ipmode ipmode,
+                       const wan_ipv6_ids *ids) {
+    switch (ipmode) {
+    case IPMODE_STATIC: uplinkd_dhcpcv6_start_static(); return true;
+    case IPMODE_STATEFUL: uplinkd_dhcpcv6_start_stateful(ifname, idx, ids); return true;
+    case IPMODE_STATELESS: uplinkd_dhcpcv6_start_stateless(ifname, idx, ids); return true;
+    case IPMODE_SLAAC: uplinkd_dhcpcv6_start_slaac(); return true;
+    case IPMODE_NONE:
+    case IPMODE_DHCP:
+    case IPMODE_LINKPPP: break;
+    }
+    return false;
+}
+
 int uplinkd_dhcpcv6_start_on_iface(const char *ifname, int idx, uplinkd_ipmode ipmode,
                                    const wan_ipv6_ids *ids) {
     if (ifname == nullptr || ids == nullptr)
         return -1;
-    switch (ipmode) {
-    case IPMODE_STATIC: uplinkd_dhcpcv6_start_static(); break;
-    case IPMODE_STATEFUL: uplinkd_dhcpcv6_start_stateful(ifname, idx, ids); break;
-    case IPMODE_STATELESS: uplinkd_dhcpcv6_start_stateless(ifname, idx, ids); break;
-    case IPMODE_SLAAC: uplinkd_dhcpcv6_start_slaac(); break;
-    case IPMODE_NONE:
-    case IPMODE_DHCP:
-    case IPMODE_LINKPPP: UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode); return -1;
+    if (!start_mode(ifname, idx, ipmode, ids)) {
+        UPLINKD_TRACE(LOG_EVENT, "got invalid ipmode:(%d)", ipmode);
+        return -1;
     }
     UPLINKD_TRACE(LOG_ROUTINE, "finish start dhcpcv6 on iface (%s), idx (%d), ipmode (%d)", ifname,
                   idx, ipmode);
