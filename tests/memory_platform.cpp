@@ -6,8 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <mutex>
 #include <sstream>
+#include <stdexcept>
 
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
@@ -29,6 +31,37 @@ std::function<void(unsigned)> on_sleep;
 static std::mutex mutex; // guards the stores and the calls, never held while a hook runs
 static std::vector<std::string> calls;
 
+static const std::map<int, std::string> &all_names() {
+    static const std::map<int, std::string> names = [] {
+        std::map<int, std::string> read;
+        std::ifstream file("names");
+        for (std::string number, name; file >> number >> name;) {
+            const int id = std::stoi(number, nullptr, 0);
+            read[id] = name;
+            for (int idx = 1; name.starts_with("WIRED_WAN_") && idx < 8; ++idx)
+                read[(idx + 260) * 1000 + id % 100] = name + "_" + std::to_string(idx);
+        }
+        return read;
+    }();
+    return names;
+}
+
+static std::string name_of(int number) {
+    const auto found = all_names().find(number);
+    return found == all_names().end() ? std::to_string(number) : found->second;
+}
+
+int number_of(const std::string &name) {
+    for (const auto &[number, known] : all_names())
+        if (known == name)
+            return number;
+    size_t end = 0;
+    const int number = isdigit(name[0]) ? std::stoi(name, &end, 0) : 0;
+    if (end == 0 || end < name.size())
+        throw std::invalid_argument("no item, message or application is called " + name);
+    return number;
+}
+
 void note(const std::string &line) {
     const std::lock_guard guard(mutex);
     calls.push_back(line);
@@ -45,8 +78,8 @@ void note(const std::string &line) {
     va_list args;
     va_start(args, format);
     std::string line = expand(format, args);
-    for (size_t n; (n = line.find('\n')) != line.npos;)
-        line.replace(n, 1, "\\n");
+    for (size_t n; (n = line.find_first_of("\n\t")) != line.npos;)
+        line.replace(n, 1, line[n] == '\n' ? "\\n" : "\\t");
     note(line);
     if (on_call)
         on_call(line);
@@ -63,10 +96,10 @@ void given(const std::string &text) {
         if (key[0] == '@')
             interfaces[key.substr(1)] = {value.substr(0, slash - equals - 1),
                                          word.substr(slash + 1)};
-        else if (isdigit(key[0]))
-            items[atoi(key.c_str())] = value;
-        else
+        else if (key.starts_with("USR_") || key.starts_with("SYS_"))
             settings[key] = value;
+        else
+            items[number_of(key)] = value;
     }
 }
 
@@ -117,7 +150,7 @@ int set_devinfo_value_by_id(int id, const char *value, int length) {
         const std::lock_guard guard(mutex);
         items[id] = stored;
     }
-    record("set %d '%s' %d", id, stored.c_str(), length);
+    record("set %s '%s' %d", name_of(id).c_str(), stored.c_str(), length);
     return 0;
 }
 
@@ -132,28 +165,25 @@ int flag_get_item(const char *name, char *buffer, int size) {
 }
 
 int init_sockmsg(int app_id, sockmsg_handler, int) {
-    record("register %d", app_id);
+    record("register %s", get_app_name_by_id(app_id));
     return bus_result;
 }
 
 int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
     const int result = carry(message);
-    record("send 0x%04X -> %d", static_cast<unsigned>(message->msg_id), destination);
+    record("send %s -> %s", name_of(message->msg_id).c_str(), get_app_name_by_id(destination));
     return result;
 }
 
 int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
     const int result = carry(message);
-    record("broadcast 0x%04X from %d", static_cast<unsigned>(message->msg_id), sender);
+    record("broadcast %s from %s", name_of(message->msg_id).c_str(), get_app_name_by_id(sender));
     return result;
 }
 
 const char *get_app_name_by_id(int app_id) {
-    static const std::map<int, const char *> names = {{19, "pfilterd"},  {22, "prio_listener"},
-                                                      {23, "linkprobe"}, {24, "uplinkd"},
-                                                      {25, "uis"},       {27, "textmsg"}};
-    const auto found = names.find(app_id);
-    return found == names.end() ? "unknown" : found->second;
+    const auto found = all_names().find(app_id);
+    return found == all_names().end() ? "unknown" : found->second.c_str();
 }
 
 void init_log_params(const char *identity) {

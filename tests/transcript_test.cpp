@@ -1,18 +1,21 @@
 // Transcripts: what is given, the message that arrives, and all that the daemon does then. Each
 // file is the life of one process. Its lines:
 //
-//   NAME=VALUE ...           settings, items and interfaces from here on (memory_platform.h)
-//   ... > 0x5303             a message arrives from application 23
-//       set 201101 '1' 1 | batch     indented, in order: the calls that follow, divided by " | "
-//   show LEVEL REGEX         which log lines, and which calls at all, are compared
-//   script yes               the external WAN mode script exists (no: it does not)
-//   bus -7                   the result of every send
-//   file PATH GOLDEN a>b     a file is a golden one, to the byte, but for the first A, which is B
-//   arm                      arms the notice timer (arm REGEX: within the next call that matches)
-//   pass 60, threads 1       lets seconds pass for its threads; how many there are
+//   NAME=VALUE ...                     settings, items and interfaces from here on
+//   ... > WAN_STATUS_CHANGE            a message arrives from the application linkprobe
+//       set WIRED_WAN_NETSTATUS '1' 1  indented, one a line, in order: the calls that follow
+//   show LEVEL REGEX                   which log lines, and which calls at all, are compared
+//   script yes                         the external WAN mode script exists (no: it does not)
+//   bus -7                             the result of every send
+//   file PATH GOLDEN A>B ...           a file is a golden one, to the byte, but for the first A,
+//                                      which is B; names of items stand for their numbers
+//   arm                                arms the notice timer (arm REGEX: within the next such call)
+//   pass 60, threads 1                 lets seconds pass for its threads; how many there are
 //
-// Three calls have short names: "script set" and "script reset" for the external script, "batch"
-// for the run of the temporary script, whose lines follow it, each after a $.
+// A line that ends in a backslash goes on in the next, whose indentation does not count. Names and
+// calls are those of memory_platform.h, but three calls have short ones: "script set" and "script
+// reset" for the external script, "batch" for the run of the temporary script, whose lines follow
+// it, each after a $.
 #include <condition_variable>
 #include <mutex>
 #include <regex>
@@ -67,6 +70,11 @@ std::string replaced(std::string text, const std::string &from, const std::strin
     return text;
 }
 
+// The number of an item in digits; any other text as it is.
+std::string digits(const std::string &word) {
+    return isupper(word[0]) ? std::to_string(memory::number_of(word)) : word;
+}
+
 class transcript : public testing::TestWithParam<const char *> {
 protected:
     void SetUp() override {
@@ -105,11 +113,11 @@ protected:
         step_line = line_number;
     }
 
-    void deliver(int msg_id) {
+    void deliver(const std::string &message_name) {
         settle();
         uplinkd_msg_t message = {};
-        message.msg_id = msg_id;
-        message.src_app_id = 23;
+        message.msg_id = memory::number_of(message_name);
+        message.src_app_id = memory::number_of("linkprobe");
         EXPECT_EQ(uplinkd_handler_msg(&message), 0);
     }
 
@@ -118,24 +126,26 @@ protected:
         words >> golden;
         golden = file_text(golden);
         while (words >> change) {
-            const size_t divider = change.find('>'), at = golden.find(change.substr(0, divider));
+            const size_t divider = change.find('>');
+            const std::string from = digits(change.substr(0, divider));
+            const size_t at = golden.find(from);
             ASSERT_NE(at, golden.npos) << change;
-            golden.replace(at, divider, change.substr(divider + 1));
+            golden.replace(at, from.size(), digits(change.substr(divider + 1)));
         }
         EXPECT_EQ(file_text(path), golden) << GetParam() << ":" << line_number;
     }
 
     void replay(const std::string &line) {
-        const size_t arrow = line.find("> 0x");
+        const size_t arrow = line.find("> ");
         std::istringstream words(line);
         std::string word, value;
         words >> word >> value;
         if (line.empty() || line[0] == '#')
             return;
         if (line.starts_with("    "))
-            expected += replaced(line, " | ", "\n") + "\n";
+            expected += line + "\n";
         else if (arrow != line.npos)
-            given(line.substr(0, arrow)), deliver(std::stoi(line.substr(arrow + 2), nullptr, 16));
+            given(line.substr(0, arrow)), deliver(line.substr(arrow + 2));
         else if (word == "show")
             settle(), level = std::stoi(value), filter = line.substr(6 + value.size());
         else if (word == "script")
@@ -165,8 +175,9 @@ protected:
 
 TEST_P(transcript, replays) {
     std::ifstream file(GetParam() + std::string(".transcript"));
-    for (std::string line; ++line_number, std::getline(file, line);)
-        replay(line);
+    for (std::string line, more; ++line_number, std::getline(file, line); replay(line))
+        for (; line.ends_with('\\') && std::getline(file >> std::ws, more); ++line_number)
+            line.replace(line.size() - 1, 1, more);
     settle();
     EXPECT_GT(line_number, 1);
 }
