@@ -20,9 +20,7 @@
 
 namespace memory {
 
-std::map<std::string, std::string> settings, flags;
-std::map<int, std::string> items;
-std::map<std::string, ipv4_network> interfaces;
+std::map<std::string, std::string> settings, items, flags, interfaces;
 int bus_result = 0;
 uplinkd_msg_t carried;
 std::function<void(const std::string &)> on_call;
@@ -31,35 +29,30 @@ std::function<void(unsigned)> on_sleep;
 static std::mutex mutex; // guards the stores and the calls, never held while a hook runs
 static std::vector<std::string> calls;
 
-static const std::map<int, std::string> &all_names() {
-    static const std::map<int, std::string> names = [] {
-        std::map<int, std::string> read;
-        std::ifstream file("names");
-        for (std::string number, name; file >> number >> name;) {
-            const int id = std::stoi(number, nullptr, 0);
-            read[id] = name;
-            for (int idx = 1; name.starts_with("WIRED_WAN_") && idx < 8; ++idx)
-                read[(idx + 260) * 1000 + id % 100] = name + "_" + std::to_string(idx);
-        }
-        return read;
-    }();
-    return names;
+static const std::map<int, std::string> &names() {
+    static std::map<int, std::string> all;
+    std::ifstream file(all.empty() ? "names" : "");
+    for (std::string number, name; file >> number >> name;) {
+        const int id = std::stoi(number, nullptr, 0);
+        all[id] = name;
+        for (int idx = 1; name.starts_with("WIRED_WAN_") && idx < 8; ++idx)
+            all[(idx + 260) * 1000 + id % 100] = name + "_" + std::to_string(idx);
+    }
+    return all;
 }
 
 static std::string name_of(int number) {
-    const auto found = all_names().find(number);
-    return found == all_names().end() ? std::to_string(number) : found->second;
+    const auto found = names().find(number);
+    return found == names().end() ? std::to_string(number) : found->second;
 }
 
 int number_of(const std::string &name) {
-    for (const auto &[number, known] : all_names())
+    for (const auto &[number, known] : names())
         if (known == name)
             return number;
-    size_t end = 0;
-    const int number = isdigit(name[0]) ? std::stoi(name, &end, 0) : 0;
-    if (end == 0 || end < name.size())
+    if (!isdigit(name[0]))
         throw std::invalid_argument("no item, message or application is called " + name);
-    return number;
+    return std::stoi(name, nullptr, 0);
 }
 
 void note(const std::string &line) {
@@ -89,17 +82,14 @@ void note(const std::string &line) {
 void given(const std::string &text) {
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        const size_t equals = word.find('='), slash = word.find('/');
-        const std::string key = word.substr(0, equals);
-        std::string value = word.substr(equals + 1);
-        std::replace(value.begin(), value.end(), '~', ' ');
+        std::replace(word.begin(), word.end(), '~', ' ');
+        const std::string key = word.substr(0, word.find('=')), value = word.substr(key.size() + 1);
         if (key[0] == '@')
-            interfaces[key.substr(1)] = {value.substr(0, slash - equals - 1),
-                                         word.substr(slash + 1)};
+            interfaces[key.substr(1)] = value;
         else if (key.starts_with("USR_") || key.starts_with("SYS_"))
             settings[key] = value;
         else
-            items[number_of(key)] = value;
+            items[name_of(number_of(key))] = value;
     }
 }
 
@@ -113,12 +103,11 @@ std::vector<std::string> take(int level) {
     return taken;
 }
 
-template <typename Map, typename Key> static int read(Map &map, Key key, char *buffer, int size) {
+static int read(std::map<std::string, std::string> &store, const std::string &key, char *buffer,
+                int size) {
     const std::lock_guard guard(mutex);
-    const auto found = map.find(key);
-    snprintf(buffer, static_cast<size_t>(size), "%s",
-             found == map.end() ? "" : found->second.c_str());
-    return found == map.end() ? -1 : 0;
+    snprintf(buffer, static_cast<size_t>(size), "%s", store[key].c_str());
+    return buffer[0] == '\0' ? -1 : 0;
 }
 
 static int carry(const uplinkd_msg_t *message) {
@@ -141,23 +130,22 @@ int get_CFG_int(const char *key) {
 }
 
 int get_devinfo_value_by_id(int id, char *buffer, int size) {
-    return read(items, id, buffer, size);
+    return read(items, name_of(id), buffer, size);
 }
 
 int set_devinfo_value_by_id(int id, const char *value, int length) {
-    const std::string stored(value, strnlen(value, static_cast<size_t>(length)));
+    const std::string name = name_of(id),
+                      stored(value, strnlen(value, static_cast<size_t>(length)));
     {
         const std::lock_guard guard(mutex);
-        items[id] = stored;
+        items[name] = stored;
     }
-    record("set %s '%s' %d", name_of(id).c_str(), stored.c_str(), length);
-    return 0;
+    return record("set %s '%s' %d", name.c_str(), stored.c_str(), length);
 }
 
 int flag_set(const char *name, const char *value) {
     flags[name] = value;
-    record("flag %s=%s", name, value);
-    return 0;
+    return record("flag %s=%s", name, value);
 }
 
 int flag_get_item(const char *name, char *buffer, int size) {
@@ -182,8 +170,8 @@ int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
 }
 
 const char *get_app_name_by_id(int app_id) {
-    const auto found = all_names().find(app_id);
-    return found == all_names().end() ? "unknown" : found->second.c_str();
+    const auto found = names().find(app_id);
+    return found == names().end() ? "unknown" : found->second.c_str();
 }
 
 void init_log_params(const char *identity) {
@@ -243,12 +231,13 @@ int util_get_2_network_segment_relations4(const char *addr_a, const char *mask_a
 }
 
 int cmd_get_ipv4_address(const char *ifname, char *buffer) {
-    strcpy(buffer, interfaces[ifname].address.c_str());
+    const std::string network = interfaces[ifname];
+    strcpy(buffer, network.substr(0, network.find('/')).c_str());
     return 0;
 }
 
 int cmd_get_netmask(const char *ifname, char *buffer) {
-    strcpy(buffer, interfaces[ifname].netmask.c_str());
+    strcpy(buffer, interfaces[ifname].substr(interfaces[ifname].find('/') + 1).c_str());
     return 0;
 }
 

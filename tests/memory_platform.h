@@ -26,14 +26,10 @@
 
 namespace memory {
 
-struct ipv4_network {
-    std::string address, netmask;
-};
-extern std::map<std::string, std::string> settings, flags;
-extern std::map<int, std::string> items;
-extern std::map<std::string, ipv4_network> interfaces; // what an interface itself reports
-extern int bus_result;                                 // of registering and of every send
-extern uplinkd_msg_t carried;                          // the record sent last
+extern std::map<std::string, std::string> settings, items, flags;
+extern std::map<std::string, std::string> interfaces; // what each itself reports, ADDRESS/NETMASK
+extern int bus_result;                                // of registering and of every send
+extern uplinkd_msg_t carried;                         // the record sent last
 
 // Called after a call was recorded, on the caller's thread.
 extern std::function<void(const std::string &line)> on_call;

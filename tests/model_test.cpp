@@ -1,9 +1,10 @@
-// Random but reproducible histories: settings, items and messages in any order, and after every
-// message what must hold whatever happened before. The number of a test is its seed; a failure
-// prints the steps, too.
+// Random but reproducible histories: the lines of model.steps in any order, and after every message
+// what must hold whatever happened before. The number of a test is its seed; a failure prints the
+// steps, too.
 #include <atomic>
 #include <random>
 #include <regex>
+#include <set>
 #include <unistd.h>
 
 #include "daemon/dispatch.h"
@@ -11,35 +12,10 @@
 
 static constexpr int STEPS = 500;
 
-static constexpr const char *CHANGES = R"(
-USR_WAN_MODE=1 | USR_WAN_MODE=2 | USR_WAN_MODE=3 | USR_WAN_MODE=4 | USR_WAN_MODE=5 |
-USR_WAN_MODE=6 | USR_WAN_MODE=7 | USR_WAN_MODE=x | USR_WAN_COMMUNICATION_PRIORITY_STRATEGY=0 |
-USR_WAN_COMMUNICATION_PRIORITY_STRATEGY=1 | USR_WAN_COMMUNICATION_PRIORITY_STRATEGY=7 |
-USR_WAN_LINK_DETECT_SW=1 | USR_WAN_LINK_DETECT_SW=0 |
-USR_WAN_IPMODE=dhcp USR_WAN_IPVERSION=ipv4v6 | USR_WAN_IPMODE=linkPPP | USR_WAN_IPMODE=static |
-USR_WAN_V6_IPMODE=1 | USR_WAN_V6_IPMODE=2 | SYS_WIRED_WAN_SUB_PORT_NUM=0 |
-SYS_WIRED_WAN_SUB_PORT_NUM=8 |
-USR_WIRED_WAN_SW_1=1 USR_WIRED_WAN_VLAN_ID_1=10 WIRED_WAN_REAL_IFACE_1=eth1.10 |
-USR_WIRED_WAN_SW_8=1 |
-USR_DHCP_LAN_IP=10.0.0.1 USR_DHCP_SUBNET_MASK=255.0.0.0 USR_DHCP_SERVER_SW=1 |
-SYS_BRIDGE_VLAN_MASK=1 | SYS_BRIDGE_VLAN_MASK=0 | SYS_REBOOT_WHEN_MODEM_UNORMAL=1 |
-PORT_STATUS_LIST=0,0,0,1 | PORT_STATUS_LIST=0,0,0,0 | PORT_STATUS_LIST= |
-WAN_PORT_INDEX=3 | WAN_PORT_INDEX=0 |
-WLAN24_LINK_STATUS=4 | WLAN24_LINK_STATUS=2 | WLAN58_LINK_STATUS=4 | WLAN58_LINK_STATUS= |
-WIRED_WAN_REAL_IFACE=eth1 | WIRED_WAN_REAL_IFACE=/ |
-WLAN24_WAN_REAL_IFACE=apcli0 | WLAN58_WAN_REAL_IFACE=apclii0 |
-WIRED_WAN_IP=10.0.0.2 WIRED_WAN_NETMASK=255.0.0.0 WIRED_WAN_GATEWAY=10.0.0.1
-WIRED_WAN_DNS=10.0.0.1 | WIRED_WAN_IP= |
-MOBILE_NETSTATUS=1 | MOBILE_NETSTATUS=0 | MOBILE_IP=10.8.0.2 MOBILE_DNS=1.1.1.1 | MOBILE_IP= |
-WIRED_WAN_NETSTATUS=1 | WIRED_WAN_NETSTATUS= | WIRED_WAN_CONNSTATUS=1 | MOBILE_CONNSTATUS=1 |
-MODEM_ABNORMAL_1=1 | MODEM_ABNORMAL_1=0)";
-
-static const std::vector<const char *> ARBITRATING = {"WAN_MODE_CHANGE", "INIT_COMPLETED",
-                                                      "WAN_STATUS_CHANGE", "PEER_WAN_STATUS_CHANGE",
-                                                      "WAN_PPPOE_CHANGED"};
-static const std::vector<const char *> OTHERS = {
-    "WAN_WIRELESS_MODE_CHANGE", "WAN_WIRELESS_MODE_REFRESH", "WAN_WIRED_MODE_CHANGE",
-    "WAN_SETUP_COMPLETED",      "WAN_PRIO_CHANGED",          "PPPD_STATUS_CHANGE_EVENT"};
+// After these, the priority is what the rules say.
+static const std::set<std::string> DECIDING = {"> WAN_MODE_CHANGE", "> INIT_COMPLETED",
+                                               "> WAN_STATUS_CHANGE", "> PEER_WAN_STATUS_CHANGE",
+                                               "> WAN_PPPOE_CHANGED"};
 
 // Every call that the daemon may ever make.
 static const std::regex ALLOWED(
@@ -52,7 +28,7 @@ static const std::regex ALLOWED(
 static const std::regex WHOLE_BATCH(R"(# rewrite by (\w+)\n([^#].*\n)*# executed by \1\n)");
 
 static bool is_up(const char *item) {
-    return memory::items[memory::number_of(item)].starts_with('1');
+    return memory::items[item].starts_with('1');
 }
 
 static std::string priority_by_the_rules() {
@@ -68,10 +44,10 @@ class model : public testing::TestWithParam<unsigned> {};
 TEST_P(model, holds_after_every_message) {
     std::mt19937 random(GetParam());
     const auto any_of = [&random](const auto &list) { return list[random() % list.size()]; };
-    std::istringstream list(CHANGES);
-    std::vector<std::string> changes;
-    for (std::string change; std::getline(list, change, '|');)
-        changes.push_back(change);
+    std::vector<std::string> changes, messages;
+    std::ifstream steps("model.steps");
+    for (std::string step; std::getline(steps, step);)
+        (step[0] == '>' ? messages : changes).push_back(step);
     std::string history, fault;
     std::atomic<int> timers = 0;
     memory::on_sleep = [&timers](unsigned seconds) {
@@ -85,22 +61,21 @@ TEST_P(model, holds_after_every_message) {
             fault += line + "; ";
     };
     for (int step = 0; step < STEPS && fault.empty(); ++step) {
-        if (random() % 3 != 0) {
-            const std::string change = any_of(changes);
-            history += change;
-            given(change);
+        const std::string line = any_of(random() % 3 != 0 ? changes : messages);
+        history += line + "\n";
+        if (line[0] != '>') {
+            given(line);
             continue;
         }
         external_script(random() % 2 == 0);
-        bool decides = random() % 2 == 0;
-        const std::string name = any_of(decides ? ARBITRATING : OTHERS);
-        history += (std::filesystem::exists(SCRIPT_FILE) ? "script > " : "> ") + name + "\n";
+        history += std::filesystem::exists(SCRIPT_FILE) ? "(with the script)\n" : "";
         uplinkd_msg_t message = {};
-        message.msg_id = memory::number_of(name);
+        message.msg_id = memory::number_of(line.substr(2));
         uplinkd_handler_msg(&message);
-        for (const std::string &line : memory::take(0))
-            decides |= line.starts_with("broadcast");
-        if (decides && memory::items[memory::number_of("WAN_PRIORITY")] != priority_by_the_rules())
+        bool decided = DECIDING.count(line) != 0;
+        for (const std::string &call : memory::take(0))
+            decided |= call.starts_with("broadcast");
+        if (decided && memory::items["WAN_PRIORITY"] != priority_by_the_rules())
             fault += "another priority; ";
         if (timers > 1)
             fault += "a second timer; ";

@@ -184,6 +184,7 @@ TEST_P(transcript, replays) {
 
 INSTANTIATE_TEST_SUITE_P(all, transcript,
                          testing::Values("arbitration", "clients", "connection_status", "dispatch",
-                                         "notice_timer", "pppoe_change", "setup_completed",
-                                         "wan_mode_change", "wired_port", "wired_wan", "wireless"),
+                                         "notice_timer", "pppoe_change", "settings",
+                                         "setup_completed", "wan_mode_change", "wired_port",
+                                         "wired_wan", "wireless"),
                          [](const auto &one) { return std::string(one.param); });
