@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdint>
 #include <thread>
+#include <unistd.h>
 
 #include "arbitration/arbitration.h"
 #include "arbitration/notice_timer.h"
@@ -20,7 +21,9 @@ TEST(startup, waits_for_its_elders_and_evaluates_once) {
     };
     memory::bus_result = -1;
     given("USR_WAN_MODE=1 USR_WAN_LINK_DETECT_SW=1");
+    alarm(20); // for a wait without an end
     EXPECT_EQ(uplinkd_init(), 0);
+    alarm(0);
     std::vector<std::string> calls = memory::take(0);
     std::erase_if(calls, [](auto &line) { return line.find("wan_") != line.npos; });
     EXPECT_TRUE(calls_are(calls, R"(
@@ -101,7 +104,7 @@ TEST(dispatch, runs_one_handler_at_a_time) {
     EXPECT_EQ(overlaps, 0);
 }
 
-// Downwards, one field a step; every rung has a rule of its own.
+// Downwards; every rung has a rule of its own, and comes before those below it.
 TEST(arbitration, every_rung_of_both_ladders) {
     using enum arbitration_rule;
     const struct {
@@ -109,10 +112,12 @@ TEST(arbitration, every_rung_of_both_ladders) {
         arbitration_rule rule;
     } rungs[] = {
         {{5, 0, 1, 1, 1, 1}, mobile_first_mobile_connected},
+        {{5, 0, 1, 1, 0, 0}, mobile_first_mobile_connected},
         {{5, 0, 1, 0, 1, 1}, mobile_first_wan_instead},
         {{5, 0, 1, 0, 0, 1}, mobile_first_wan_down},
         {{5, 0, 0, 0, 0, 1}, mobile_first_mobile_down},
         {{7, 1, 1, 1, 1, 1}, wan_first_wan_connected},
+        {{7, 1, 0, 0, 1, 1}, wan_first_wan_connected},
         {{7, 1, 1, 1, 1, 0}, wan_first_mobile_instead},
         {{7, 1, 0, 1, 1, 0}, wan_first_mobile_down},
         {{7, 1, 0, 1, 0, 0}, wan_first_wan_down},

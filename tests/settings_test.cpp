@@ -7,6 +7,7 @@
 #include "guard/subnet_conflict.h"
 #include "provision/clients/client_files.h"
 #include "provision/clients/ppp.h"
+#include "provision/wired_wan.h"
 #include "wan/modes.h"
 #include "wan/wan_settings.h"
 
@@ -50,15 +51,17 @@ TEST(ppp_secrets, belong_to_root_and_take_no_control_characters) {
     }
 }
 
-TEST(client_files, are_removed_by_index) {
-    const std::string pids[] = {"/tmp/.udhcpc_v4_wan8.pid", "/tmp/.udhcpc6_v6_wan8.pid",
-                                "/tmp/.pppd_wan8_ppp.pid", "/tmp/.udhcpc_v4_wan7.pid"};
-    for (const std::string &pid : pids)
-        write_file(pid, "1");
-    EXPECT_EQ(uplinkd_dhcpc_clean_unuse_files_by_idx(8), 0);
-    EXPECT_EQ(uplinkd_ppp_clean_unuse_files_by_idx(8), 0);
-    for (const std::string &pid : pids)
-        EXPECT_EQ(std::filesystem::exists(pid), pid == pids[3]) << pid;
+TEST(client_files, of_every_wan_that_is_set_up_are_removed) {
+    const std::string kinds[] = {"/tmp/.udhcpc_v4_wan", "/tmp/.udhcpc6_v6_wan", "/tmp/.pppd_wan"};
+    const auto fname = [&kinds](int n) {
+        return kinds[n % 3] + std::to_string(n / 3) + (n % 3 == 2 ? "_ppp.pid" : ".pid");
+    };
+    for (int n = 0; n < 30; ++n)
+        write_file(fname(n), "1");
+    given("SYS_WIRED_WAN_SUB_PORT_NUM=8");
+    uplinkd_process_wired_up(2);
+    for (int n = 0; n < 30; ++n)
+        EXPECT_EQ(std::filesystem::exists(fname(n)), n / 3 == 9) << fname(n);
 }
 
 TEST(client_files, are_named_within_their_buffer) {
