@@ -10,6 +10,8 @@
 #include <mutex>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
@@ -93,13 +95,12 @@ void given(const std::string &text) {
     }
 }
 
-std::vector<std::string> take(int level) {
+std::string take(int level) {
     const std::lock_guard guard(mutex);
-    std::vector<std::string> taken;
-    for (const std::string &line : calls)
+    std::string taken;
+    for (const std::string &line : std::exchange(calls, {}))
         if (!line.starts_with("log ") || line[4] - '0' <= level)
-            taken.push_back(line);
-    calls.clear();
+            taken += "\n" + line;
     return taken;
 }
 
@@ -108,12 +109,6 @@ static int read(std::map<std::string, std::string> &store, const std::string &ke
     const std::lock_guard guard(mutex);
     snprintf(buffer, static_cast<size_t>(size), "%s", store[key].c_str());
     return buffer[0] == '\0' ? -1 : 0;
-}
-
-static int carry(const uplinkd_msg_t *message) {
-    const std::lock_guard guard(mutex);
-    carried = *message;
-    return bus_result;
 }
 } // namespace memory
 
@@ -158,15 +153,15 @@ int init_sockmsg(int app_id, sockmsg_handler, int) {
 }
 
 int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
-    const int result = carry(message);
+    carried = *message;
     record("send %s -> %s", name_of(message->msg_id).c_str(), get_app_name_by_id(destination));
-    return result;
+    return bus_result;
 }
 
 int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
-    const int result = carry(message);
+    carried = *message;
     record("broadcast %s from %s", name_of(message->msg_id).c_str(), get_app_name_by_id(sender));
-    return result;
+    return bus_result;
 }
 
 const char *get_app_name_by_id(int app_id) {

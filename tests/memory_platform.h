@@ -20,7 +20,6 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <vector>
 
 #include "platform/bus.h"
 
@@ -46,7 +45,8 @@ void given(const std::string &text);
 // Adds LINE to the record.
 void note(const std::string &line);
 
-// The calls since the last take; of the log lines only those up to LEVEL (-1: none).
-std::vector<std::string> take(int level);
+// The calls since the last take, a newline before each; of the log lines only those up to LEVEL
+// (-1: none).
+std::string take(int level);
 
 } // namespace memory

@@ -18,7 +18,6 @@
 // it, each after a $.
 #include <condition_variable>
 #include <mutex>
-#include <regex>
 
 #include "arbitration/notice_timer.h"
 #include "daemon/dispatch.h"
@@ -98,17 +97,14 @@ protected:
 
     // Compares what the step before has led to, and forgets it.
     void settle() {
-        std::string calls;
-        for (const std::string &call : memory::take(level))
-            calls += call + "\n";
-        calls = replaced(calls, "root chmod 777 " BATCH_FILE " && " BATCH_FILE " >/dev/null 2>&1\n",
-                         "batch\n");
+        const std::string run = "root chmod 777 " BATCH_FILE " && " BATCH_FILE " >/dev/null 2>&1";
+        const std::string calls = replaced(memory::take(level), run, "batch");
         std::istringstream lines(replaced(calls, "shell " SCRIPT_FILE " ", "script "));
-        std::vector<std::string> shown;
-        for (std::string line; std::getline(lines, line);)
+        std::string shown;
+        for (std::string line; std::getline(lines >> std::ws, line);)
             if (std::regex_search(line, filter))
-                shown.push_back(line);
-        EXPECT_TRUE(calls_are(shown, expected)) << GetParam() << ":" << step_line;
+                shown += "\n" + line;
+        EXPECT_EQ(shown, expected) << GetParam() << ":" << step_line;
         expected.clear();
         step_line = line_number;
     }
@@ -143,7 +139,7 @@ protected:
         if (line.empty() || line[0] == '#')
             return;
         if (line.starts_with("    "))
-            expected += line + "\n";
+            expected += "\n" + line.substr(4);
         else if (arrow != line.npos)
             given(line.substr(0, arrow)), deliver(line.substr(arrow + 2));
         else if (word == "show")
