@@ -8,7 +8,6 @@
 #include "provision/clients/client_files.h"
 #include "provision/clients/ppp.h"
 #include "provision/wired_wan.h"
-#include "wan/modes.h"
 #include "wan/wan_settings.h"
 
 TEST(wan_settings, have_indexes_from_0_to_8) {
@@ -62,14 +61,6 @@ TEST(client_files, of_every_wan_that_is_set_up_are_removed) {
     uplinkd_process_wired_up(2);
     for (int n = 0; n < 30; ++n)
         EXPECT_EQ(std::filesystem::exists(fname(n)), n / 3 == 9) << fname(n);
-}
-
-TEST(client_files, are_named_within_their_buffer) {
-    char name[10] = "before";
-    uplinkd_dhcpc_get_script_fname_by_idx(name, sizeof name, UDHCPC6, 8, IPVER_V6);
-    EXPECT_STREQ(name, "/tmp/.udh");
-    uplinkd_dhcpc_get_pid_fname_by_idx(name, sizeof name, UDHCPC, 0, IPVER_NONE);
-    EXPECT_STREQ(name, "");
 }
 
 TEST(subnet_conflict, reads_the_mask_in_words) {

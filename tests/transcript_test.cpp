@@ -9,6 +9,8 @@
 //   bus -7                             the result of every send
 //   file PATH GOLDEN A>B ...           a file is a golden one, to the byte, but for the first A,
 //                                      which is B; names of items stand for their numbers
+//   start 2 4                          starts the daemon; the settings are there after two sleeps,
+//                                      the LAN manager after four
 //   arm                                arms the notice timer (arm REGEX: within the next such call)
 //   pass 60, threads 1                 lets seconds pass for its threads; how many there are
 //
@@ -18,10 +20,14 @@
 // it, each after a $.
 #include <condition_variable>
 #include <mutex>
+#include <unistd.h>
 
 #include "arbitration/notice_timer.h"
 #include "daemon/dispatch.h"
+#include "daemon/startup.h"
 #include "expect.h"
+
+#define SETTINGSD_FILE "/tmp/.flag_settingsd_init_finished"
 
 namespace {
 
@@ -77,11 +83,14 @@ std::string digits(const std::string &word) {
 class transcript : public testing::TestWithParam<const char *> {
 protected:
     void SetUp() override {
-        memory::on_sleep = [](unsigned seconds) {
+        memory::on_sleep = [this](unsigned seconds) {
             if (seconds == 1)
                 ticker.sleep_once();
             else
                 memory::note("sleep " + std::to_string(seconds));
+            if (--waits_for_settingsd == 0)
+                write_file(SETTINGSD_FILE, "");
+            memory::flags["downlinkd_init_completed"] = --waits_for_downlinkd <= 0 ? "10" : "0";
         };
         memory::on_call = [this](const std::string &line) {
             std::ifstream batch(BATCH_FILE);
@@ -117,6 +126,15 @@ protected:
         EXPECT_EQ(uplinkd_handler_msg(&message), 0);
     }
 
+    void start(int waits, std::istream &words) {
+        std::filesystem::remove(SETTINGSD_FILE);
+        waits_for_settingsd = waits;
+        words >> waits_for_downlinkd;
+        alarm(20); // for a wait without an end
+        EXPECT_EQ(uplinkd_init(), 0);
+        alarm(0);
+    }
+
     void expect_file(std::istream &words, const std::string &path) {
         std::string golden, change;
         words >> golden;
@@ -150,6 +168,8 @@ protected:
             memory::bus_result = std::stoi(value);
         else if (word == "file")
             expect_file(words, value);
+        else if (word == "start")
+            settle(), start(std::stoi(value), words);
         else if (word == "arm" && !value.empty())
             arming_call = value;
         else if (word == "arm")
@@ -163,6 +183,7 @@ protected:
     }
 
     int level = 4, line_number = 0, step_line = 0;
+    int waits_for_settingsd = 0, waits_for_downlinkd = 0;
     std::regex filter{""};
     std::string expected, arming_call;
 };
@@ -181,6 +202,6 @@ TEST_P(transcript, replays) {
 INSTANTIATE_TEST_SUITE_P(all, transcript,
                          testing::Values("arbitration", "clients", "connection_status", "dispatch",
                                          "notice_timer", "pppoe_change", "settings",
-                                         "setup_completed", "wan_mode_change", "wired_port",
-                                         "wired_wan", "wireless"),
+                                         "setup_completed", "startup", "wan_mode_change",
+                                         "wired_port", "wired_wan", "wireless"),
                          [](const auto &one) { return std::string(one.param); });
