@@ -1,6 +1,7 @@
 // Outgoing messages, one handler at a time, and the decision of the arbitration.
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <thread>
 
 #include "arbitration/arbitration.h"

@@ -1,6 +1,7 @@
 // What no message leads to: indexes that no WAN has, files in the way, the words of the bridge
 // mask.
 #include <array>
+#include <cstdint>
 #include <sys/stat.h>
 
 #include "expect.h"

@@ -18,9 +18,11 @@
 // calls are those of memory_platform.h, but three calls have short ones: "script set" and "script
 // reset" for the external script, "batch" for the run of the temporary script, whose lines follow
 // it, each after a $.
+#include <cctype>
 #include <condition_variable>
 #include <mutex>
 #include <unistd.h>
+#include <utility>
 
 #include "arbitration/notice_timer.h"
 #include "daemon/dispatch.h"
