@@ -1,5 +1,7 @@
-// Start-up, outgoing messages, and the decision of the arbitration.
+// Outgoing messages, one handler at a time, and the decision of the arbitration.
 #include <atomic>
+#include <cstdint>
+#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <thread>
@@ -10,45 +12,14 @@
 #include "base/log_forms.h"
 #include "base/outgoing.h"
 #include "daemon/dispatch.h"
-#include "daemon/startup.h"
 #include "expect.h"
-
-TEST(startup, waits_for_its_elders_and_evaluates_once) {
-    int sleeps = 0;
-    memory::on_call = [&](const std::string &line) {
-        sleeps += line == "sleep 3";
-        if (sleeps == 2)
-            write_file("/tmp/.flag_settingsd_init_finished", "");
-        memory::flags["downlinkd_init_completed"] = sleeps == 4 ? "10" : "0";
-    };
-    memory::bus_result = -1;
-    given("USR_WAN_MODE=1 USR_WAN_LINK_DETECT_SW=1");
-    EXPECT_EQ(uplinkd_init(), 0);
-    std::vector<std::string> calls = memory::take(0);
-    std::erase_if(calls, [](auto &line) { return line.find("wan_") != line.npos; });
-    EXPECT_TRUE(calls_are(calls, R"(
-        identity UPLINKD
-        log 0 uplinkd_init: uplinkd_init start!
-        register 24
-        log 0 uplinkd_init: init_sockmsg() error
-        sleep 3
-        sleep 3
-        sleep 3
-        sleep 3
-        flag UPLINKD_DETECT_WAN_NET_SEG_INVALID=0
-        send 0x7005 -> 19
-        log 0 uplinkd_send_msg2pfilterd: send msg (0x7005) to pfilterd failed!
-        set 201114 '0' 1
-        send 0x5305 -> 19
-        log 0 uplinkd_send_msg2pfilterd: send msg (0x5305) to pfilterd failed!
-        flag UPLINKD_DETECT_WAN_NET_SEG_INVALID=0
-        log 0 uplinkd_init: uplinkd_init finish!)"));
-}
 
 TEST(outgoing, builds_one_record_a_message) {
     const uplinkd_msg_t empty = {};
     const std::string payload(4097, 'x');
-    EXPECT_EQ(uplinkd_send_msg(24, 0x5202, "abc", 0), 0);
+    memory::bus_result = -7;
+    EXPECT_EQ(uplinkd_send_msg(24, 0x5aBc, "abc", 0), -7);
+    memory::bus_result = 0;
     EXPECT_EQ(memcmp(&memory::carried.bcast_marker, &empty.bcast_marker, 4112), 0);
     EXPECT_EQ(uplinkd_send_msg2pfilterd(0x7005, "abc", 2), 0);
     EXPECT_STREQ(reinterpret_cast<const char *>(memory::carried.payload), "ab");
@@ -58,20 +29,16 @@ TEST(outgoing, builds_one_record_a_message) {
     EXPECT_EQ(uplinkd_send_broadcast_msg(0x5304), 0);
     EXPECT_EQ(memory::carried.bcast_marker, 1);
     EXPECT_EQ(memcmp(&memory::carried.reserved0, &empty.reserved0, 4108), 0);
-    memory::bus_result = -7;
-    EXPECT_EQ(uplinkd_send_prio_changed_msg(), -7);
     EXPECT_EQ(uplinkd_send_async_msg(24, 0x5aBc, nullptr, 3), -1);
     EXPECT_CALLS(4, R"(
-        send 0x5202 -> 24
-        log 0 uplinkd_send_msg: send msg (0x5202) to uplinkd successfully
-        send 0x7005 -> 19
+        send 23228 -> uplinkd
+        log 0 uplinkd_send_msg: send msg (0x5abc) to uplinkd failed!
+        send WAN_CHANGED -> pfilterd
         log 0 uplinkd_send_msg2pfilterd: send msg (0x7005) to pfilterd successfully
-        send 0x0001 -> 23
+        send 1 -> linkprobe
         log 0 uplinkd_send_async_msg: send msg (0x1) to linkprobe successfully
-        broadcast 0x5304 from 24
-        send 0x5305 -> 22
-        log 0 uplinkd_send_msg: send msg (0x5305) to prio_listener failed!
-        )"
+        broadcast WAN_SETUP_COMPLETED from uplinkd
+)"
                     "log 0 uplinkd_send_async_msg: send msg (0x5abc) to failed: can not using "
                     "sockmsg_send_common_msg() send msg to myself!");
     EXPECT_EQ(uplinkd_send_msg(23, 1, payload.data(), 4097), -1);
@@ -125,55 +92,50 @@ TEST(log_forms, a_console_that_nobody_reads_costs_its_patience_once) {
     EXPECT_TRUE(shown.ends_with(": a?.b\r\n")) << shown;
 }
 
-// Messages that arrive at the same time, on as many threads, build their batches one by one.
+// Messages that arrive at the same time, on as many threads, are handled one by one.
 TEST(dispatch, runs_one_handler_at_a_time) {
-    std::atomic<int> batches = 0, handlers = 0, overlaps = 0;
+    std::atomic<std::thread::id> handling;
+    std::atomic<int> overlaps = 0;
     memory::on_call = [&](const std::string &line) {
-        if (line.starts_with("log 3 uplinkd_handler_msg"))
-            overlaps += handlers++ != 0;
-        handlers -= line.starts_with("log 0 wan_wired_status_change_handler: wired port linkdown");
-        batches += line.starts_with("root");
+        if (line.starts_with("log 0 uplinkd_handler_msg: [uplinkd]"))
+            handling = std::this_thread::get_id();
+        overlaps += handling != std::this_thread::get_id();
+        std::this_thread::sleep_for(std::chrono::microseconds(1)); // the others' turn
     };
-    given("USR_WAN_MODE=2 201111=eth1 SYS_WIRED_WAN_SUB_PORT_NUM=0 200001=5,5,5,5");
+    given("USR_WAN_MODE=2 WIRED_WAN_REAL_IFACE=eth1 PORT_STATUS_LIST=5,5,5,5");
     std::vector<std::thread> buses;
     for (int i = 0; i < 4; ++i)
         buses.emplace_back([] {
             uplinkd_msg_t message = {};
-            message.msg_id = 0x5303;
+            message.msg_id = memory::number_of("WAN_WIRED_MODE_CHANGE");
             for (int n = 0; n < 25; ++n)
                 uplinkd_handler_msg(&message);
         });
     for (std::thread &bus : buses)
         bus.join();
-    EXPECT_EQ(batches, 100);
     EXPECT_EQ(overlaps, 0);
 }
 
-// From everything well, one field a step downwards; every rung has a rule of its own.
+// Downwards; every rung has a rule of its own, and comes before those below it.
 TEST(arbitration, every_rung_of_both_ladders) {
     using enum arbitration_rule;
-    const arbitration_inputs well = {WAN_MODE_MIX, 0, true, true, true, true};
-    arbitration_inputs in = well;
-    const auto expect = [&in](int priority, arbitration_rule rule) {
-        EXPECT_EQ(arbitrate(in).priority, priority) << arbitration_rule_text(rule);
-        EXPECT_EQ(arbitrate(in).rule, rule) << arbitration_rule_text(arbitrate(in).rule);
+    const struct {
+        arbitration_inputs in; // mode, strategy; mobile network up, connected; WAN up, connected
+        arbitration_rule rule;
+    } rungs[] = {
+        {{5, 0, 1, 1, 1, 1}, mobile_first_mobile_connected},
+        {{5, 0, 1, 1, 0, 0}, mobile_first_mobile_connected},
+        {{5, 0, 1, 0, 1, 1}, mobile_first_wan_instead},
+        {{5, 0, 1, 0, 0, 1}, mobile_first_wan_down},
+        {{5, 0, 0, 0, 0, 1}, mobile_first_mobile_down},
+        {{7, 1, 1, 1, 1, 1}, wan_first_wan_connected},
+        {{7, 1, 0, 0, 1, 1}, wan_first_wan_connected},
+        {{7, 1, 1, 1, 1, 0}, wan_first_mobile_instead},
+        {{7, 1, 0, 1, 1, 0}, wan_first_mobile_down},
+        {{7, 1, 0, 1, 0, 0}, wan_first_wan_down},
     };
-    expect(NETWORK_PRIORITY_MOBILE, mobile_first_mobile_connected);
-    in.mobile_connected = false;
-    expect(NETWORK_PRIORITY_WAN, mobile_first_wan_instead);
-    in.wan_up = false;
-    expect(NETWORK_PRIORITY_MOBILE, mobile_first_wan_down);
-    in.mobile_up = false;
-    expect(NETWORK_PRIORITY_WAN, mobile_first_mobile_down);
-    in = well;
-    in.strategy = PRIORITY_STRATEGY_WAN_FIRST;
-    expect(NETWORK_PRIORITY_WAN, wan_first_wan_connected);
-    in.wan_connected = false;
-    expect(NETWORK_PRIORITY_MOBILE, wan_first_mobile_instead);
-    in.mobile_up = false;
-    expect(NETWORK_PRIORITY_WAN, wan_first_mobile_down);
-    in.wan_up = false;
-    expect(NETWORK_PRIORITY_MOBILE, wan_first_wan_down);
+    for (const auto &rung : rungs)
+        EXPECT_EQ(arbitrate(rung.in).rule, rung.rule) << arbitration_rule_text(rung.rule);
 }
 
 TEST(arbitration, the_whole_domain) {
@@ -189,7 +151,7 @@ TEST(arbitration, the_whole_domain) {
 TEST(notice_timer, survives_a_thread_that_cannot_be_created) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, size_t{1} << 50); // more than any address space
+    pthread_attr_setstacksize(&attributes, SIZE_MAX & ~size_t{0xFFFFF}); // more than there can be
     ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
     uplinkd_notice_timer_arm();
     uplinkd_notice_timer_arm();

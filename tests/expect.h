@@ -1,9 +1,10 @@
-// What the unit tests share: comparing whole lists of calls, and a few files.
+// What the unit tests share: comparing whole sequences of calls, and a few files.
 #pragma once
 
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <regex>
 #include <sstream>
 
 #include "memory_platform.h"
@@ -31,28 +32,12 @@ inline void external_script(bool present) {
         write_file(SCRIPT_FILE, "");
 }
 
-// Whether CALLS are exactly the lines of EXPECTED (indented at will); the first that differs is
-// named.
-inline testing::AssertionResult calls_are(const std::vector<std::string> &calls,
-                                          const std::string &expected) {
-    std::istringstream lines(expected);
-    std::string all, line;
-    for (const std::string &call : calls)
-        all += "    " + call + "\n";
-    for (size_t n = 0;; ++n) {
-        const bool wanted = static_cast<bool>(std::getline(lines >> std::ws, line));
-        if (!wanted && n == calls.size())
-            return testing::AssertionSuccess();
-        if (!wanted || n == calls.size() || calls[n] != line)
-            return testing::AssertionFailure()
-                   << "call " << n + 1 << "\n  expected " << (wanted ? line : "the end")
-                   << "\n  found    " << (n < calls.size() ? calls[n] : "the end") << "\n"
-                   << all;
-    }
+inline std::string unindented(const std::string &text) {
+    return std::regex_replace(text, std::regex("\n +"), "\n");
 }
 
-// The same for the calls since the last look, with the log lines up to LEVEL.
-#define EXPECT_CALLS(level, expected) EXPECT_TRUE(calls_are(memory::take(level), expected))
+// Whether the calls since the last look, with the log lines up to LEVEL, are the lines of EXPECTED.
+#define EXPECT_CALLS(level, expected) EXPECT_EQ(memory::take(level), unindented(expected))
 
 // The priority in words other than the daemon's: in a mix mode the preferred uplink (0 mobile, 1
 // WAN) keeps it while it is up and either connected or without an alternative; in every other mode

@@ -2,12 +2,17 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <mutex>
 #include <sstream>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
@@ -18,9 +23,7 @@
 
 namespace memory {
 
-std::map<std::string, std::string> settings, flags;
-std::map<int, std::string> items;
-std::map<std::string, ipv4_network> interfaces;
+std::map<std::string, std::string> settings, items, flags, interfaces;
 int bus_result = 0;
 uplinkd_msg_t carried;
 std::string last_log;
@@ -29,6 +32,32 @@ std::function<void(unsigned)> on_sleep;
 
 static std::mutex mutex; // guards the stores and the calls, never held while a hook runs
 static std::vector<std::string> calls;
+
+static const std::map<int, std::string> &names() {
+    static std::map<int, std::string> all;
+    std::ifstream file(all.empty() ? "names" : "");
+    for (std::string number, name; file >> number >> name;) {
+        const int id = std::stoi(number, nullptr, 0);
+        all[id] = name;
+        for (int idx = 1; name.starts_with("WIRED_WAN_") && idx < 8; ++idx)
+            all[(idx + 260) * 1000 + id % 100] = name + "_" + std::to_string(idx);
+    }
+    return all;
+}
+
+static std::string name_of(int number) {
+    const auto found = names().find(number);
+    return found == names().end() ? std::to_string(number) : found->second;
+}
+
+int number_of(const std::string &name) {
+    for (const auto &[number, known] : names())
+        if (known == name)
+            return number;
+    if (!isdigit(name[0]))
+        throw std::invalid_argument("no item, message or application is called " + name);
+    return std::stoi(name, nullptr, 0);
+}
 
 void note(const std::string &line) {
     const std::lock_guard guard(mutex);
@@ -51,8 +80,8 @@ static void note_last_log(const std::string &text) {
     va_list args;
     va_start(args, format);
     std::string line = expand(format, args);
-    for (size_t n; (n = line.find('\n')) != line.npos;)
-        line.replace(n, 1, "\\n");
+    for (size_t n; (n = line.find_first_of("\n\t")) != line.npos;)
+        line.replace(n, 1, line[n] == '\n' ? "\\n" : "\\t");
     note(line);
     if (on_call)
         on_call(line);
@@ -62,42 +91,31 @@ static void note_last_log(const std::string &text) {
 void given(const std::string &text) {
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        const size_t equals = word.find('='), slash = word.find('/');
-        const std::string key = word.substr(0, equals);
-        std::string value = word.substr(equals + 1);
-        std::replace(value.begin(), value.end(), '~', ' ');
+        std::replace(word.begin(), word.end(), '~', ' ');
+        const std::string key = word.substr(0, word.find('=')), value = word.substr(key.size() + 1);
         if (key[0] == '@')
-            interfaces[key.substr(1)] = {value.substr(0, slash - equals - 1),
-                                         word.substr(slash + 1)};
-        else if (isdigit(key[0]))
-            items[atoi(key.c_str())] = value;
-        else
+            interfaces[key.substr(1)] = value;
+        else if (key.starts_with("USR_") || key.starts_with("SYS_"))
             settings[key] = value;
+        else
+            items[name_of(number_of(key))] = value;
     }
 }
 
-std::vector<std::string> take(int level) {
+std::string take(int level) {
     const std::lock_guard guard(mutex);
-    std::vector<std::string> taken;
-    for (const std::string &line : calls)
+    std::string taken;
+    for (const std::string &line : std::exchange(calls, {}))
         if (!line.starts_with("log ") || line[4] - '0' <= level)
-            taken.push_back(line);
-    calls.clear();
+            taken += "\n" + line;
     return taken;
 }
 
-template <typename Map, typename Key> static int read(Map &map, Key key, char *buffer, int size) {
+static int read(std::map<std::string, std::string> &store, const std::string &key, char *buffer,
+                int size) {
     const std::lock_guard guard(mutex);
-    const auto found = map.find(key);
-    snprintf(buffer, static_cast<size_t>(size), "%s",
-             found == map.end() ? "" : found->second.c_str());
-    return found == map.end() ? -1 : 0;
-}
-
-static int carry(const uplinkd_msg_t *message) {
-    const std::lock_guard guard(mutex);
-    carried = *message;
-    return bus_result;
+    snprintf(buffer, static_cast<size_t>(size), "%s", store[key].c_str());
+    return buffer[0] == '\0' ? -1 : 0;
 }
 } // namespace memory
 
@@ -114,23 +132,22 @@ int get_CFG_int(const char *key) {
 }
 
 int get_devinfo_value_by_id(int id, char *buffer, int size) {
-    return read(items, id, buffer, size);
+    return read(items, name_of(id), buffer, size);
 }
 
 int set_devinfo_value_by_id(int id, const char *value, int length) {
-    const std::string stored(value, strnlen(value, static_cast<size_t>(length)));
+    const std::string name = name_of(id),
+                      stored(value, strnlen(value, static_cast<size_t>(length)));
     {
         const std::lock_guard guard(mutex);
-        items[id] = stored;
+        items[name] = stored;
     }
-    record("set %d '%s' %d", id, stored.c_str(), length);
-    return 0;
+    return record("set %s '%s' %d", name.c_str(), stored.c_str(), length);
 }
 
 int flag_set(const char *name, const char *value) {
     flags[name] = value;
-    record("flag %s=%s", name, value);
-    return 0;
+    return record("flag %s=%s", name, value);
 }
 
 int flag_get_item(const char *name, char *buffer, int size) {
@@ -138,28 +155,25 @@ int flag_get_item(const char *name, char *buffer, int size) {
 }
 
 int init_sockmsg(int app_id, sockmsg_handler, int) {
-    record("register %d", app_id);
+    record("register %s", get_app_name_by_id(app_id));
     return bus_result;
 }
 
 int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
-    const int result = carry(message);
-    record("send 0x%04X -> %d", static_cast<unsigned>(message->msg_id), destination);
-    return result;
+    carried = *message;
+    record("send %s -> %s", name_of(message->msg_id).c_str(), get_app_name_by_id(destination));
+    return bus_result;
 }
 
 int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
-    const int result = carry(message);
-    record("broadcast 0x%04X from %d", static_cast<unsigned>(message->msg_id), sender);
-    return result;
+    carried = *message;
+    record("broadcast %s from %s", name_of(message->msg_id).c_str(), get_app_name_by_id(sender));
+    return bus_result;
 }
 
 const char *get_app_name_by_id(int app_id) {
-    static const std::map<int, const char *> names = {{19, "pfilterd"},  {22, "prio_listener"},
-                                                      {23, "linkprobe"}, {24, "uplinkd"},
-                                                      {25, "uis"},       {27, "textmsg"}};
-    const auto found = names.find(app_id);
-    return found == names.end() ? "unknown" : found->second;
+    const auto found = names().find(app_id);
+    return found == names().end() ? "unknown" : found->second.c_str();
 }
 
 void init_log_params(const char *identity) {
@@ -220,12 +234,13 @@ int util_get_2_network_segment_relations4(const char *addr_a, const char *mask_a
 }
 
 int cmd_get_ipv4_address(const char *ifname, char *buffer) {
-    strcpy(buffer, interfaces[ifname].address.c_str());
+    const std::string network = interfaces[ifname];
+    strcpy(buffer, network.substr(0, network.find('/')).c_str());
     return 0;
 }
 
 int cmd_get_netmask(const char *ifname, char *buffer) {
-    strcpy(buffer, interfaces[ifname].netmask.c_str());
+    strcpy(buffer, interfaces[ifname].substr(interfaces[ifname].find('/') + 1).c_str());
     return 0;
 }
 

@@ -8,7 +8,6 @@
 // outside it reads relative to the working directory, which stays reachable under any mount.
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -26,20 +25,6 @@ if ! $enter true 2>/dev/null; then
 fi
 exec $enter "$0" "$@")";
 
-static int enter_namespaces(char **argv) {
-    setenv(INSIDE, "1", 1);
-    std::vector<const char *> command = {"sh", "-c", ENTER, "/proc/self/exe"};
-    char self[4096] = {};
-    if (readlink("/proc/self/exe", self, sizeof self - 1) > 0)
-        command.back() = self;
-    for (char **argument = argv + 1; *argument != nullptr; ++argument)
-        command.push_back(*argument);
-    command.push_back(nullptr);
-    execvp("sh", const_cast<char *const *>(command.data()));
-    perror("sh");
-    return EXIT_SKIPPED;
-}
-
 static bool mount_empty_folders() {
     for (const char *folder : {"/tmp", "/run", "/etc", "/var/log"})
         if (mount("tmpfs", folder, "tmpfs", MS_NOSUID | MS_NODEV, "mode=0755") != 0)
@@ -49,15 +34,20 @@ static bool mount_empty_folders() {
 }
 
 int main(int argc, char **argv) {
-    bool only_lists = false;
-    for (int i = 1; i < argc; ++i)
-        only_lists |= strncmp(argv[i], "--gtest_list_tests", 18) == 0;
-    if (!only_lists && getenv(INSIDE) == nullptr)
-        return enter_namespaces(argv);
-    if (!only_lists && !mount_empty_folders()) {
+    std::vector<const char *> command = {"sh", "-c", ENTER};
+    command.insert(command.end(), argv, argv + argc + 1); // with its null pointer
+    testing::InitGoogleTest(&argc, argv);
+    if (GTEST_FLAG_GET(list_tests))
+        return RUN_ALL_TESTS();
+    if (getenv(INSIDE) == nullptr) {
+        setenv(INSIDE, "1", 1);
+        execvp("sh", const_cast<char *const *>(command.data()));
+        perror("sh");
+        return EXIT_SKIPPED;
+    }
+    if (!mount_empty_folders()) {
         printf("SKIPPED: no folder can be mounted in the test's own namespaces\n");
         return EXIT_SKIPPED;
     }
-    testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

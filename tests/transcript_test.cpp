@@ -1,25 +1,35 @@
 // Transcripts: what is given, the message that arrives, and all that the daemon does then. Each
 // file is the life of one process. Its lines:
 //
-//   NAME=VALUE ...           settings, items and interfaces from here on (memory_platform.h)
-//   ... > 0x5303             a message arrives from application 23
-//       set 201101 '1' 1 | batch     indented, in order: the calls that follow, divided by " | "
-//   show LEVEL REGEX         which log lines, and which calls at all, are compared
-//   script yes               the external WAN mode script exists (no: it does not)
-//   bus -7                   the result of every send
-//   file PATH GOLDEN a>b     a file is a golden one, to the byte, but for the first A, which is B
-//   arm                      arms the notice timer (arm REGEX: within the next call that matches)
-//   pass 60, threads 1       lets seconds pass for its threads; how many there are
+//   NAME=VALUE ...                     settings, items and interfaces from here on
+//   ... > WAN_STATUS_CHANGE            a message arrives from the application linkprobe
+//       set WIRED_WAN_NETSTATUS '1' 1  indented, one a line, in order: the calls that follow
+//   show LEVEL REGEX                   which log lines, and which calls at all, are compared
+//   script yes                         the external WAN mode script exists (no: it does not)
+//   bus -7                             the result of every send
+//   file PATH GOLDEN A>B ...           a file is a golden one, to the byte, but for the first A,
+//                                      which is B; names of items stand for their numbers
+//   start 2 4                          starts the daemon; the settings are there after two sleeps,
+//                                      the LAN manager after four
+//   arm                                arms the notice timer (arm REGEX: within the next such call)
+//   pass 60, threads 1                 lets seconds pass for its threads; how many there are
 //
-// Three calls have short names: "script set" and "script reset" for the external script, "batch"
-// for the run of the temporary script, whose lines follow it, each after a $.
+// A line that ends in a backslash goes on in the next, whose indentation does not count. Names and
+// calls are those of memory_platform.h, but three calls have short ones: "script set" and "script
+// reset" for the external script, "batch" for the run of the temporary script, whose lines follow
+// it, each after a $.
+#include <cctype>
 #include <condition_variable>
 #include <mutex>
-#include <regex>
+#include <unistd.h>
+#include <utility>
 
 #include "arbitration/notice_timer.h"
 #include "daemon/dispatch.h"
+#include "daemon/startup.h"
 #include "expect.h"
+
+#define SETTINGSD_FILE "/tmp/.flag_settingsd_init_finished"
 
 namespace {
 
@@ -67,14 +77,22 @@ std::string replaced(std::string text, const std::string &from, const std::strin
     return text;
 }
 
+// The number of an item in digits; any other text as it is.
+std::string digits(const std::string &word) {
+    return isupper(word[0]) ? std::to_string(memory::number_of(word)) : word;
+}
+
 class transcript : public testing::TestWithParam<const char *> {
 protected:
     void SetUp() override {
-        memory::on_sleep = [](unsigned seconds) {
+        memory::on_sleep = [this](unsigned seconds) {
             if (seconds == 1)
                 ticker.sleep_once();
             else
                 memory::note("sleep " + std::to_string(seconds));
+            if (--waits_for_settingsd == 0)
+                write_file(SETTINGSD_FILE, "");
+            memory::flags["downlinkd_init_completed"] = --waits_for_downlinkd <= 0 ? "10" : "0";
         };
         memory::on_call = [this](const std::string &line) {
             std::ifstream batch(BATCH_FILE);
@@ -90,27 +108,33 @@ protected:
 
     // Compares what the step before has led to, and forgets it.
     void settle() {
-        std::string calls;
-        for (const std::string &call : memory::take(level))
-            calls += call + "\n";
-        calls = replaced(calls, "root chmod 777 " BATCH_FILE " && " BATCH_FILE " >/dev/null 2>&1\n",
-                         "batch\n");
+        const std::string run = "root chmod 777 " BATCH_FILE " && " BATCH_FILE " >/dev/null 2>&1";
+        const std::string calls = replaced(memory::take(level), run, "batch");
         std::istringstream lines(replaced(calls, "shell " SCRIPT_FILE " ", "script "));
-        std::vector<std::string> shown;
-        for (std::string line; std::getline(lines, line);)
+        std::string shown;
+        for (std::string line; std::getline(lines >> std::ws, line);)
             if (std::regex_search(line, filter))
-                shown.push_back(line);
-        EXPECT_TRUE(calls_are(shown, expected)) << GetParam() << ":" << step_line;
+                shown += "\n" + line;
+        EXPECT_EQ(shown, expected) << GetParam() << ":" << step_line;
         expected.clear();
         step_line = line_number;
     }
 
-    void deliver(int msg_id) {
+    void deliver(const std::string &message_name) {
         settle();
         uplinkd_msg_t message = {};
-        message.msg_id = msg_id;
-        message.src_app_id = 23;
+        message.msg_id = memory::number_of(message_name);
+        message.src_app_id = memory::number_of("linkprobe");
         EXPECT_EQ(uplinkd_handler_msg(&message), 0);
+    }
+
+    void start(int waits, std::istream &words) {
+        std::filesystem::remove(SETTINGSD_FILE);
+        waits_for_settingsd = waits;
+        words >> waits_for_downlinkd;
+        alarm(20); // for a wait without an end
+        EXPECT_EQ(uplinkd_init(), 0);
+        alarm(0);
     }
 
     void expect_file(std::istream &words, const std::string &path) {
@@ -118,24 +142,26 @@ protected:
         words >> golden;
         golden = file_text(golden);
         while (words >> change) {
-            const size_t divider = change.find('>'), at = golden.find(change.substr(0, divider));
+            const size_t divider = change.find('>');
+            const std::string from = digits(change.substr(0, divider));
+            const size_t at = golden.find(from);
             ASSERT_NE(at, golden.npos) << change;
-            golden.replace(at, divider, change.substr(divider + 1));
+            golden.replace(at, from.size(), digits(change.substr(divider + 1)));
         }
         EXPECT_EQ(file_text(path), golden) << GetParam() << ":" << line_number;
     }
 
     void replay(const std::string &line) {
-        const size_t arrow = line.find("> 0x");
+        const size_t arrow = line.find("> ");
         std::istringstream words(line);
         std::string word, value;
         words >> word >> value;
         if (line.empty() || line[0] == '#')
             return;
         if (line.starts_with("    "))
-            expected += replaced(line, " | ", "\n") + "\n";
+            expected += "\n" + line.substr(4);
         else if (arrow != line.npos)
-            given(line.substr(0, arrow)), deliver(std::stoi(line.substr(arrow + 2), nullptr, 16));
+            given(line.substr(0, arrow)), deliver(line.substr(arrow + 2));
         else if (word == "show")
             settle(), level = std::stoi(value), filter = line.substr(6 + value.size());
         else if (word == "script")
@@ -144,6 +170,8 @@ protected:
             memory::bus_result = std::stoi(value);
         else if (word == "file")
             expect_file(words, value);
+        else if (word == "start")
+            settle(), start(std::stoi(value), words);
         else if (word == "arm" && !value.empty())
             arming_call = value;
         else if (word == "arm")
@@ -157,6 +185,7 @@ protected:
     }
 
     int level = 4, line_number = 0, step_line = 0;
+    int waits_for_settingsd = 0, waits_for_downlinkd = 0;
     std::regex filter{""};
     std::string expected, arming_call;
 };
@@ -165,14 +194,16 @@ protected:
 
 TEST_P(transcript, replays) {
     std::ifstream file(GetParam() + std::string(".transcript"));
-    for (std::string line; ++line_number, std::getline(file, line);)
-        replay(line);
+    for (std::string line, more; ++line_number, std::getline(file, line); replay(line))
+        for (; line.ends_with('\\') && std::getline(file >> std::ws, more); ++line_number)
+            line.replace(line.size() - 1, 1, more);
     settle();
     EXPECT_GT(line_number, 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(all, transcript,
                          testing::Values("arbitration", "clients", "connection_status", "dispatch",
-                                         "notice_timer", "pppoe_change", "setup_completed",
-                                         "wan_mode_change", "wired_port", "wired_wan", "wireless"),
+                                         "notice_timer", "pppoe_change", "settings",
+                                         "setup_completed", "startup", "wan_mode_change",
+                                         "wired_port", "wired_wan", "wireless"),
                          [](const auto &one) { return std::string(one.param); });
