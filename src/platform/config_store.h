@@ -8,6 +8,7 @@ extern "C" {
 // read.
 int cfg_get_item(const char *key, char *buffer, int size);
 
-// The decimal number at the start of the value of KEY; 0 where there is none.
+// The decimal number at the start of the value of KEY, after blanks and with a sign if it has one;
+// 0 where there is none. A number beyond the range of int counts as the end of that range.
 int get_CFG_int(const char *key);
 }

@@ -34,7 +34,8 @@ TEST(Log, TheLevelIsASetting) {
     const struct {
         const char *setting;
         int highest;
-    } CASES[] = {{"", 1}, {"0", 0}, {"3", 3}, {"-1", 1}, {"2x", 1}, {"4294967299", 1}};
+    } CASES[] = {{"", 1},   {"0", 0},  {"-1", 1},    {"x2", 1},
+                 {"2x", 2}, {"4 ", 4}, {" +4\r", 4}, {"4294967299", 5}};
     for (const auto &c : CASES) {
         put_file(SETTINGS, std::string("SYS_LOG_LEVEL=") + c.setting);
         reset_libcommlog_level();
