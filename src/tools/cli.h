@@ -10,6 +10,11 @@ inline constexpr int FAILED = 1;
 inline constexpr int WRONG_USAGE = 2;
 
 bool is_help(const char *argument);
+bool is_version(const char *argument);
+
+// Both print and return the exit status, as print() does. TEXT is what is the tool's own.
+int print_help(const char *text);
+int print_version();
 
 // Writes TEXT to standard output; the exit status that follows from it.
 int print(std::string_view text);
