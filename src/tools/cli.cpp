@@ -50,7 +50,7 @@ int print_help(const char *text) {
 
 int print_version() {
     char line[80];
-    snprintf(line, sizeof line, "%s %s\n", tool_name(), UPLINKD_VERSION);
+    snprintf(line, sizeof line, "%s %s\n", tool_name(), VERSION);
     return print(line);
 }
 

@@ -9,6 +9,8 @@ inline constexpr int DONE = 0;
 inline constexpr int FAILED = 1;
 inline constexpr int WRONG_USAGE = 2;
 
+extern const char VERSION[]; // the project's
+
 bool is_help(const char *argument);
 bool is_version(const char *argument);
 
