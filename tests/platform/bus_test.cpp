@@ -131,13 +131,24 @@ TEST(Bus, KnowsTheSenderByItsEndpointAndKeepsOrder) {
     EXPECT_EQ(file_lines(LOG).size(), 5u); // one for each that was dropped
 }
 
+// Another process sends in a tight loop while the handler stands still. (A socket's own queue has
+// no limit for what it sends to itself.)
 TEST(Bus, HoldsManyRecordsAndThenRefuses) {
+    const pid_t sender = start_child([] {
+        while (!std::filesystem::exists("/tmp/go"))
+            usleep(1000);
+        const uplinkd_msg_t record = record_of(1);
+        int taken = 0;
+        while (sockmsg_send_common_msg(24, &record) >= 0)
+            taken++;
+        put_file("/tmp/taken", std::to_string(taken));
+        return 0;
+    });
     register_here();
     set_blocked(true);
-    const uplinkd_msg_t record = record_of(1);
-    size_t taken = 0;
-    while (sockmsg_send_common_msg(24, &record) >= 0)
-        taken++;
+    put_file("/tmp/go", "");
+    EXPECT_EQ(wait_for_child(sender), 0);
+    const size_t taken = std::stoul("0" + file_text("/tmp/taken"));
     EXPECT_GE(taken, 1u + 256u);
     set_blocked(false);
     take(taken);
