@@ -1,6 +1,6 @@
 # A port as docs/porting.md describes it. The headers are usable from C and C++, each alone; the daemon
-# and the tools for scripts build on the skeleton in C, as a static and as a shared library, and on a
-# static library in C++; nothing of the layer for plain Linux is built, and no test framework needed.
+# and the tools for scripts build on the skeleton in C, as a static and (the daemon) as a shared library, and
+# on a static library in C++; nothing of the layer for plain Linux is built, and no test framework needed.
 function(run)
   execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${ARGN})
 endfunction()
@@ -38,7 +38,11 @@ foreach(kind memory static shared)
   if(NOT result MATCHES "^0")
     message(FATAL_ERROR "${kind}: ${result}")
   endif()
-  run(${CMAKE_COMMAND} --build ${build} --target uplinkd devinfo sockmsg_send addr_format)
+  set(tools)
+  if(kind STREQUAL static)
+    set(tools devinfo sockmsg_send addr_format)
+  endif()
+  run(${CMAKE_COMMAND} --build ${build} --target uplinkd ${tools})
   execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${nm} ${build}/bin/uplinkd
     OUTPUT_VARIABLE symbols)
   if(NOT symbols MATCHES " [TU] get_devinfo_value_by_id\n")

@@ -53,7 +53,7 @@ constexpr int FULL_RECEIVER_PATIENCE_MS = 20;
 constexpr size_t KNOWN_RECEIVERS = 64;
 
 // Records that wait in the sockets of stopped applications count against their sender. This is room
-// for all of them, so that they do not cut it off from the others.
+// for those of some twenty, so that they do not cut it off from the others.
 constexpr int SEND_BUFFER_SIZE = 1024 * 1024;
 
 struct inbox_t {
