@@ -2,19 +2,23 @@
 #pragma once
 
 // Buffer of an address or netmask: "255.255.255.255" and its NUL fit with room to spare.
-inline constexpr int IPV4_TEXT_SIZE = 20;
+enum { IPV4_TEXT_SIZE = 20 };
 // Buffer of a hardware address as the interface reports it; six bytes are used.
-inline constexpr int MAC_ADDR_SIZE = 8;
+enum { MAC_ADDR_SIZE = 8 };
 
 // What util_get_2_network_segment_relations4 may answer.
-inline constexpr int SEGMENT_SAME = 0;
-inline constexpr int SEGMENT_A_HOLDS_B = 1;
-inline constexpr int SEGMENT_B_HOLDS_A = 2;
-inline constexpr int SEGMENT_DISJOINT = 3; // also when any of the four texts is empty
-inline constexpr int SEGMENT_PARTIAL = 4;  // only with non-contiguous netmasks
-inline constexpr int SEGMENT_MALFORMED = -1;
+enum {
+    SEGMENT_MALFORMED = -1,
+    SEGMENT_SAME = 0,
+    SEGMENT_A_HOLDS_B = 1,
+    SEGMENT_B_HOLDS_A = 2,
+    SEGMENT_DISJOINT = 3, // also when any of the four texts is empty
+    SEGMENT_PARTIAL = 4   // only with non-contiguous netmasks
+};
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // How network A (address, netmask) and network B share addresses: one of SEGMENT_*.
 int util_get_2_network_segment_relations4(const char *addr_a, const char *mask_a,
@@ -30,4 +34,7 @@ int cmd_netdev_get_mac_addr(const char *ifname, unsigned char *buffer);
 
 // Six bytes as text, "00:11:22:aa:bb:cc". Returns 0, or -1 if SIZE bytes cannot hold it.
 int util_network_get_mac_string(const unsigned char *mac, char *buffer, int size);
+
+#ifdef __cplusplus
 }
+#endif

@@ -106,7 +106,9 @@ static line plain_line(const address &groups) {
 
 int main(int argc, char **argv) {
     if (argc == 2 && cli::is_help(argv[1]))
-        return cli::print(HELP);
+        return cli::print_help(HELP);
+    if (argc == 2 && cli::is_version(argv[1]))
+        return cli::print_version();
 
     parser parse = nullptr;
     const char *text = nullptr;

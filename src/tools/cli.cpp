@@ -1,15 +1,12 @@
 #include "tools/cli.h"
 
-#include <array>
+#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <unistd.h>
-
-#include "platform/host/files.h"
-#include "platform/host/log_text.h"
 
 namespace cli {
 
@@ -22,9 +19,10 @@ const char *tool_name() {
 [[gnu::format(printf, 1, 0)]] void complain(const char *format, va_list arguments) {
     char message[1024];
     vsnprintf(message, sizeof message, format, arguments);
-    std::array<char, 4 * sizeof message> visible;
-    const std::string_view text = host::make_visible(visible, message);
-    dprintf(STDERR_FILENO, "%s: %.*s\n", tool_name(), static_cast<int>(text.size()), text.data());
+    for (char *at = message; *at != '\0'; at++) // one line, and nothing that a terminal obeys
+        if (iscntrl(static_cast<unsigned char>(*at)))
+            *at = '?';
+    dprintf(STDERR_FILENO, "%s: %s\n", tool_name(), message);
 }
 
 bool parse(std::string_view digits, int base, int &number) {
@@ -36,11 +34,28 @@ bool parse(std::string_view digits, int base, int &number) {
 } // namespace
 
 bool is_help(const char *argument) {
-    return strcmp(argument, "--help") == 0;
+    return strcmp(argument, "--help") == 0 || strcmp(argument, "-h") == 0;
+}
+
+bool is_version(const char *argument) {
+    return strcmp(argument, "--version") == 0;
+}
+
+int print_help(const char *text) {
+    const int status = print(text);
+    return status != DONE ? status
+                          : print("  -h, --help     print this summary\n"
+                                  "  --version      print the version\n");
+}
+
+int print_version() {
+    char line[80];
+    snprintf(line, sizeof line, "%s %s\n", tool_name(), VERSION);
+    return print(line);
 }
 
 int print(std::string_view text) {
-    if (host::write_all(STDOUT_FILENO, text))
+    if (dprintf(STDOUT_FILENO, "%.*s", static_cast<int>(text.size()), text.data()) >= 0)
         return DONE;
     return failure("cannot write to standard output: %s", strerror(errno));
 }

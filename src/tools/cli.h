@@ -9,7 +9,14 @@ inline constexpr int DONE = 0;
 inline constexpr int FAILED = 1;
 inline constexpr int WRONG_USAGE = 2;
 
+extern const char VERSION[]; // the project's
+
 bool is_help(const char *argument);
+bool is_version(const char *argument);
+
+// Both print and return the exit status, as print() does. TEXT is what is the tool's own.
+int print_help(const char *text);
+int print_version();
 
 // Writes TEXT to standard output; the exit status that follows from it.
 int print(std::string_view text);

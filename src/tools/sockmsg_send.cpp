@@ -15,6 +15,7 @@ static const char *why_refused(int error) {
     case ENOENT:
     case ECONNREFUSED: return "it is not registered";
     case EAGAIN: return "its queue is full";
+    case 0: return "the bus gives no reason";
     default: return strerror(error);
     }
 }
@@ -22,6 +23,7 @@ static const char *why_refused(int error) {
 static int send(int application, int message_id) {
     uplinkd_msg_t message{};
     message.msg_id = message_id;
+    errno = 0;
     if (sockmsg_send_common_msg(application, &message) >= 0)
         return cli::DONE;
     return cli::failure("application %d did not take message 0x%04X: %s", application,
@@ -30,7 +32,9 @@ static int send(int application, int message_id) {
 
 int main(int argc, char **argv) {
     if (argc == 2 && cli::is_help(argv[1]))
-        return cli::print(HELP);
+        return cli::print_help(HELP);
+    if (argc == 2 && cli::is_version(argv[1]))
+        return cli::print_version();
 
     int application = 0;
     int message_id = 0;

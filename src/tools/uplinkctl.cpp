@@ -47,12 +47,14 @@ static int help() {
         if (status == cli::DONE)
             status = cli::print(line);
     }
-    return status;
+    return status == cli::DONE ? cli::print_help("Options:\n") : status;
 }
 
 int main(int argc, char **argv) {
     if (argc == 2 && cli::is_help(argv[1]))
         return help();
+    if (argc == 2 && cli::is_version(argv[1]))
+        return cli::print_version();
     if (argc < 2)
         return cli::wrong_usage("expected a command");
 
@@ -71,7 +73,7 @@ int main(int argc, char **argv) {
                             argc > 2 ? argv[2] : "");
 }
 
-// As long as the settings file can be, so that no value is cut.
+// As long as the settings file that this program can change, so that no value of it is cut.
 static std::array<char, 256 * 1024> value_buffer;
 
 // Prints what READ finds under NAME: nothing at all for no value, like devinfo.

@@ -146,9 +146,13 @@ TEST(Settings, AreReadAsTheyStandInTheFile) {
             ASSERT_EQ(get_CFG_int(c.key), c.number) << c.key;
         }
     }
-    put_file("/etc/elsewhere", "K=99999999999\n");
+    put_file("/etc/elsewhere", "K=99999999999\nM=" + std::string(5000, ' ') + "-" +
+                                   std::string(5000, '0') + "12\rM\nN=- 3\nO=\t+99x-1");
     std::filesystem::rename("/etc/elsewhere", SETTINGS);
     EXPECT_EQ(get_CFG_int("K"), INT_MAX);
+    EXPECT_EQ(get_CFG_int("M"), -12);
+    EXPECT_EQ(get_CFG_int("N"), 0);
+    EXPECT_EQ(get_CFG_int("O"), 99);
     std::filesystem::remove(SETTINGS);
     ASSERT_EQ(mkfifo(SETTINGS.c_str(), 0600), 0);
     EXPECT_EQ(setting("K"), "");

@@ -5,14 +5,16 @@
 // Threads. A registered process has two threads here. The reader takes records off the socket into
 // the inbox; the delivery thread runs the handler on them, one at a time, in the order of arrival.
 // So a handler may take its time: senders are held up by neither thread. When the inbox is full the
-// reader stops reading, the socket's own short queue fills, and senders are refused. Any thread may
-// send. Neither thread touches the process's signals.
+// reader stops reading, the socket's own short queue fills, and senders are refused, at once where
+// they have waited for this receiver before. Any thread may send. Neither thread touches the
+// process's signals.
 //
 // Data. The inbox's indexes are guarded by its lock. A slot needs none: it belongs to the reader
-// from free_slot() to keep_slot(), and to the delivery thread from wait_for_record() to
-// release_record().
+// from wait_for_slot() to keep_slot(), and to the delivery thread from wait_for_record() to
+// release_record(). What is known of stuck receivers has a lock of its own.
 #include "platform/bus.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <bit>
@@ -22,6 +24,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
+#include <span>
 #include <string_view>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -42,12 +45,15 @@ constexpr size_t HELD_RECORDS = 256;
 constexpr int LOCK_PATIENCE_MS = 1000;
 constexpr size_t HANDLER_STACK_SIZE = 512 * 1024;
 
-// A full receiver gets this many milliseconds before a send fails: its socket holds a dozen records
-// only, and its reader may not have had its turn yet.
+// A send, or a broadcast as a whole, waits this many milliseconds for full receivers: their sockets
+// hold a dozen records only, and a reader may not have had its turn yet. Who then is still full is
+// stuck and not waited for again until it has taken a record. So many can be remembered; while they
+// all are stuck, and for more receivers than that in one broadcast, nobody waits.
 constexpr int FULL_RECEIVER_PATIENCE_MS = 20;
+constexpr size_t KNOWN_RECEIVERS = 64;
 
 // Records that wait in the sockets of stopped applications count against their sender. This is room
-// for all of them, so that they do not cut it off from the others.
+// for those of some twenty, so that they do not cut it off from the others.
 constexpr int SEND_BUFFER_SIZE = 1024 * 1024;
 
 struct inbox_t {
@@ -66,6 +72,13 @@ struct registration_t {
         false; // the delivery thread outlives a failed attempt
 };
 registration_t registration;
+
+struct stuck_receivers_t {
+    uplinkd_mutex lock;
+    std::array<int, KNOWN_RECEIVERS> app_ids UPLINKD_GUARDED_BY(lock);
+    size_t count UPLINKD_GUARDED_BY(lock) = 0;
+};
+stuck_receivers_t stuck;
 
 std::atomic<int> endpoint{-1};
 std::atomic<sockmsg_handler> receive_handler{nullptr};
@@ -114,9 +127,9 @@ int sender_of(const sockaddr_un &address, socklen_t length) {
 
 // ---- receiving
 
-// The slot for the next record; waits while all are taken. An empty inbox starts over at its first
+// The slot for the next record, once one is free. An empty inbox starts over at its first
 // slot, so that a quiet bus keeps only a few pages of it in memory.
-uplinkd_msg_t &free_slot() {
+uplinkd_msg_t &wait_for_slot() {
     mutex_guard hold(inbox.lock);
     while (inbox.count == inbox.slots.size())
         inbox.freed.wait(inbox.lock);
@@ -162,10 +175,10 @@ bool receive(int socket, uplinkd_msg_t &record) {
 
 void *read_records(void *) {
     for (;;) {
-        // A slot is taken only once something is there, see free_slot().
+        // A slot is taken only once something is there, see wait_for_slot().
         pollfd incoming{.fd = endpoint, .events = POLLIN, .revents = 0};
         poll(&incoming, 1, -1);
-        if (receive(incoming.fd, free_slot()))
+        if (receive(incoming.fd, wait_for_slot()))
             keep_slot();
     }
 }
@@ -251,26 +264,64 @@ bool register_application(int app_id, sockmsg_handler handler) UPLINKD_REQUIRES(
 
 // ---- sending
 
+size_t stuck_index(int app_id) UPLINKD_REQUIRES(stuck.lock) {
+    const auto end = stuck.app_ids.begin() + stuck.count;
+    return static_cast<size_t>(std::find(stuck.app_ids.begin(), end, app_id) -
+                               stuck.app_ids.begin());
+}
+
+bool deserves_patience(int app_id) {
+    mutex_guard hold(stuck.lock);
+    return stuck.count < stuck.app_ids.size() && stuck_index(app_id) == stuck.count;
+}
+
+void note_stuck(int app_id) {
+    mutex_guard hold(stuck.lock);
+    if (stuck.count < stuck.app_ids.size() && stuck_index(app_id) == stuck.count)
+        stuck.app_ids[stuck.count++] = app_id;
+}
+
+void forget_stuck(int app_id) {
+    mutex_guard hold(stuck.lock);
+    if (const size_t index = stuck_index(app_id); index < stuck.count)
+        stuck.app_ids[index] = stuck.app_ids[--stuck.count];
+}
+
 // Waits until RECEIVER may have room again, a millisecond at the most. Only a connected socket can
 // wait for that, and an endpoint must not be connected or it would hear nobody else.
-void wait_for_room(const sockaddr_un &receiver) {
+void wait_for_room(int destination) {
+    const sockaddr_un receiver = endpoint_address(destination);
     const host::descriptor waiter{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
     pollfd room{.fd = waiter, .events = POLLOUT, .revents = 0};
     if (waiter >= 0 && connect(waiter, generic(receiver), sizeof receiver) == 0)
         poll(&room, 1, 1);
 }
 
-bool send_record(int sender, int destination, const uplinkd_msg_t &record) {
+enum class outcome { taken, full, refused };
+
+outcome send_at_once(int sender, int destination, const uplinkd_msg_t &record) {
     const sockaddr_un receiver = endpoint_address(destination);
-    for (int waited = 0;; waited++) {
-        if (sendto(sender, &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL, generic(receiver),
-                   sizeof receiver) >= 0)
-            return true;
-        if (errno != EAGAIN || waited >= FULL_RECEIVER_PATIENCE_MS)
-            return false;
-        wait_for_room(receiver);
-        errno = EAGAIN;
-    }
+    const bool taken = sendto(sender, &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL,
+                              generic(receiver), sizeof receiver) >= 0;
+    if (!taken && errno == EAGAIN)
+        return outcome::full;
+    forget_stuck(destination);
+    return taken ? outcome::taken : outcome::refused;
+}
+
+// Sends to a receiver that was full a moment ago, which may use up PATIENCE.
+outcome send_patiently(int sender, int destination, const uplinkd_msg_t &record, int &patience) {
+    outcome result = outcome::full;
+    do {
+        if (patience > 0) {
+            wait_for_room(destination);
+            patience--;
+        }
+        result = send_at_once(sender, destination, record);
+    } while (result == outcome::full && patience > 0);
+    if (result == outcome::full)
+        note_stuck(destination);
+    return result;
 }
 
 // What the process sends from: its endpoint, or a nameless socket while it has none.
@@ -301,9 +352,16 @@ int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
         return -1;
     }
     const sending_socket sender;
-    return send_record(sender.fd, destination, *message) ? 0 : -1;
+    outcome result = send_at_once(sender.fd, destination, *message);
+    if (result == outcome::full && deserves_patience(destination)) {
+        int patience = FULL_RECEIVER_PATIENCE_MS;
+        result = send_patiently(sender.fd, destination, *message, patience);
+    }
+    return result == outcome::taken ? 0 : -1;
 }
 
+// Nobody waits for a full receiver before everyone else has the record; in that time those that are
+// full have their patience side by side.
 int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
     if (message == nullptr)
         return -1;
@@ -312,13 +370,24 @@ int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
         return errno == ENOENT ? 0 : -1; // no folder: nobody has registered yet
 
     const sending_socket from;
+    std::array<int, KNOWN_RECEIVERS> full;
+    size_t full_count = 0;
     int taken = 0;
     host::name_reader names{folder};
     while (const char *name = host::next_name(names)) {
         const int app_id = app_id_of(name);
-        if (app_id != 0 && app_id != sender && send_record(from.fd, app_id, *message))
+        if (app_id == 0 || app_id == sender)
+            continue;
+        const outcome result = send_at_once(from.fd, app_id, *message);
+        if (result == outcome::taken)
             taken++;
+        else if (result == outcome::full && full_count < full.size() && deserves_patience(app_id))
+            full[full_count++] = app_id;
     }
+    int patience = FULL_RECEIVER_PATIENCE_MS;
+    for (const int app_id : std::span{full}.first(full_count))
+        if (send_patiently(from.fd, app_id, *message, patience) == outcome::taken)
+            taken++;
     return taken;
 }
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <span>
@@ -14,77 +14,118 @@
 
 #include "platform/host/files.h"
 #include "platform/host/places.h"
+#include "platform/host/setting_number.h"
 #include "platform/host/settings_file.h"
 
 namespace {
 
-enum class line_part { key, value, rest };
+// What a value is read into, piece by piece; restart() begins a line that counts more.
+struct value_text {
+    void restart() { length = 0; }
+    void add(std::string_view bytes) {
+        const size_t taken = std::min(bytes.size(), buffer.size() - 1 - length);
+        memcpy(buffer.data() + length, bytes.data(), taken);
+        length += taken;
+    }
 
-struct scan {
-    std::string_view key;
-    std::span<char> value; // with room for the final NUL
-    size_t length = 0;     // of the value so far
-    bool found = false;
-
-    line_part at = line_part::key;
-    size_t matched = 0; // bytes of KEY that this line has begun with
+    std::span<char> buffer; // with room for the final NUL
+    size_t length = 0;
 };
 
-// Compares the line's next bytes with what is left of the key and its '='; returns how many it
-// used.
-size_t match_key(scan &state, std::string_view bytes) {
-    const std::string_view wanted = state.key.substr(state.matched, bytes.size());
-    if (!bytes.starts_with(wanted)) {
-        state.at = line_part::rest;
-        return 0;
+struct value_number {
+    void restart() { *this = {}; }
+    void add(std::string_view bytes) {
+        for (const char byte : bytes) {
+            if (at != part::rest && byte >= '0' && byte <= '9') {
+                at = part::digits;
+                found = true;
+                magnitude = std::min(magnitude * 10 + (byte - '0'), BEYOND_INT);
+            } else if (at == part::blanks && (byte == '+' || byte == '-')) {
+                at = part::digits;
+                sign = byte == '-' ? -1 : 1;
+            } else if (at != part::blanks || BLANKS.find(byte) == BLANKS.npos) {
+                at = part::rest;
+                return;
+            }
+        }
     }
-    state.matched += wanted.size();
-    if (wanted.size() == bytes.size())
-        return wanted.size();
-    if (bytes[wanted.size()] != '=') {
-        state.at = line_part::rest;
-        return wanted.size();
+    int number() const {
+        return static_cast<int>(std::clamp<int64_t>(sign * magnitude, INT_MIN, INT_MAX));
     }
-    state.at = line_part::value;
-    state.found = true;
-    state.length = 0;
-    return wanted.size() + 1;
-}
 
-void feed_line(scan &state, std::string_view bytes) {
-    if (state.at == line_part::key)
-        bytes.remove_prefix(match_key(state, bytes));
-    if (state.at != line_part::value)
-        return;
-    const size_t taken = std::min(bytes.size(), state.value.size() - 1 - state.length);
-    memcpy(state.value.data() + state.length, bytes.data(), taken);
-    state.length += taken;
-}
+    static constexpr int64_t BEYOND_INT = int64_t{INT_MAX} + 1;
+    static constexpr std::string_view BLANKS = " \t\v\f\r";
+    enum class part { blanks, digits, rest } at = part::blanks;
+    bool found = false;
+    int sign = 1;
+    int64_t magnitude = 0;
+};
 
-void feed(scan &state, std::string_view bytes) {
-    for (;;) {
-        const size_t line_end = bytes.find('\n');
-        feed_line(state, bytes.substr(0, line_end));
-        if (line_end == std::string_view::npos)
+template <typename destination> struct scan {
+    // Takes what is left of the key and its '=' off BYTES, the line's next ones.
+    void take_key(std::string_view &bytes) {
+        const std::string_view wanted = key.substr(matched, bytes.size());
+        matched += wanted.size();
+        if (!bytes.starts_with(wanted)) {
+            at = line_part::rest;
             return;
-        bytes.remove_prefix(line_end + 1);
-        state.at = line_part::key;
-        state.matched = 0;
+        }
+        bytes.remove_prefix(wanted.size());
+        if (bytes.empty())
+            return;
+        at = bytes[0] == '=' ? line_part::value : line_part::rest;
+        bytes.remove_prefix(1);
+        if (at == line_part::value) {
+            found = true;
+            value.restart();
+        }
     }
-}
 
-bool scan_settings(scan &state) {
+    void feed_line(std::string_view bytes) {
+        if (at == line_part::key)
+            take_key(bytes);
+        if (at == line_part::value)
+            value.add(bytes);
+    }
+
+    void feed(std::string_view bytes) {
+        for (;;) {
+            const size_t line_end = bytes.find('\n');
+            feed_line(bytes.substr(0, line_end));
+            if (line_end == std::string_view::npos)
+                return;
+            bytes.remove_prefix(line_end + 1);
+            at = line_part::key;
+            matched = 0;
+        }
+    }
+
+    std::string_view key;
+    destination &value;
+    bool found = false;
+
+    enum class line_part { key, value, rest } at = line_part::key;
+    size_t matched = 0; // bytes of the key that this line has begun with
+};
+
+// Reads the value of KEY into VALUE; false where there is none.
+template <typename destination> bool read_setting(const char *key, destination &value) {
+    if (key == nullptr || !host::is_setting_key(key)) {
+        errno = EINVAL;
+        return false;
+    }
     const host::descriptor file{host::open_regular(host::SETTINGS_FILE, O_RDONLY)};
     if (file < 0)
         return false;
+    scan<destination> lines{.key = key, .value = value};
     char chunk[4096];
     for (;;) {
         const ssize_t length = read(file, chunk, sizeof chunk);
         if (length < 0 && errno == EINTR)
             continue;
         if (length <= 0)
-            return length == 0 && state.found;
-        feed(state, {chunk, static_cast<size_t>(length)});
+            return length == 0 && lines.found;
+        lines.feed({chunk, static_cast<size_t>(length)});
     }
 }
 
@@ -94,20 +135,21 @@ int cfg_get_item(const char *key, char *buffer, int size) {
     if (buffer == nullptr || size <= 0)
         return -1;
     memset(buffer, 0, static_cast<size_t>(size));
-    if (key == nullptr || !host::is_setting_key(key)) {
-        errno = EINVAL;
-        return -1;
-    }
-
-    scan state{.key = key, .value = {buffer, static_cast<size_t>(size)}};
-    const bool found = scan_settings(state);
-    buffer[found ? state.length : 0] = '\0';
+    value_text value{.buffer = {buffer, static_cast<size_t>(size)}};
+    const bool found = read_setting(key, value);
+    buffer[found ? value.length : 0] = '\0';
     return found ? 0 : -1;
 }
 
+bool host::read_setting_number(const char *key, int &number) {
+    value_number value;
+    const bool found = read_setting(key, value) && value.found;
+    number = found ? value.number() : 0;
+    return found;
+}
+
 int get_CFG_int(const char *key) {
-    char text[32];
-    cfg_get_item(key, text, sizeof text);
-    const long number = strtol(text, nullptr, 10);
-    return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
+    int number = 0;
+    host::read_setting_number(key, number);
+    return number;
 }

@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cstring>
 
-#include "platform/host/item_file.h"
 #include "platform/host/places.h"
 #include "platform/host/value_file.h"
 
@@ -20,18 +19,13 @@ std::array<char, 12> item_name(int id) {
 
 } // namespace
 
-int host::open_item(int id) {
-    if (id > 0)
-        return open_value(ITEM_FOLDER, item_name(id).data());
-    errno = EINVAL;
-    return -1;
-}
-
 int get_devinfo_value_by_id(int id, char *buffer, int size) {
     if (buffer != nullptr && size > 0)
         buffer[0] = '\0';
-    if (id <= 0)
+    if (id <= 0) {
+        errno = EINVAL;
         return -1;
+    }
     return host::read_value(host::ITEM_FOLDER, item_name(id).data(), buffer, size);
 }
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -19,10 +18,10 @@
 #include <sys/un.h>
 #include <syslog.h>
 
-#include "platform/config_store.h"
 #include "platform/host/files.h"
 #include "platform/host/log_text.h"
 #include "platform/host/places.h"
+#include "platform/host/setting_number.h"
 
 namespace {
 
@@ -139,12 +138,8 @@ void init_log_params(const char *identity) {
 }
 
 void reset_libcommlog_level() {
-    char text[16];
-    cfg_get_item("SYS_LOG_LEVEL", text, sizeof text);
-    const char *const end = text + strlen(text);
     int level = 0;
-    const auto [stop, error] = std::from_chars(text, end, level);
-    const bool is_level = error == std::errc{} && stop == end && level >= 0;
+    const bool is_level = host::read_setting_number("SYS_LOG_LEVEL", level) && level >= 0;
     admitted_level.store(is_level ? level : DEFAULT_LEVEL, std::memory_order_relaxed);
 }
 

@@ -14,8 +14,8 @@ bool is_setting_value(std::string_view value);
 
 enum class settings_result { done, refused, locked, too_large, failed }; // failed: see errno
 
-// Puts VALUE behind the line of KEY that counts, or adds a line; every other line stays as it is.
-// The change is on the disk once this has returned.
+// Puts VALUE into the line of KEY that counts, or adds a line; every other line stays as it is. The
+// change is on the disk once this has returned done.
 settings_result set_setting(std::string_view key, std::string_view value);
 
 // Removes every line of KEY.

@@ -1,5 +1,6 @@
-// Actions on the system. A started program gets the signals' default behaviour, whatever the caller
-// inherited, so that it can be ended with a plain killall; it inherits no descriptor of the layer.
+// Actions on the system. A command gets an empty signal mask and the default behaviour of the
+// signals that end programs, whatever the caller inherited, so that it can be ended with a plain
+// killall. No started program inherits a descriptor of the layer.
 #include "platform/system.h"
 
 #include <csignal>

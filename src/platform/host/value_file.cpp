@@ -23,8 +23,9 @@ struct spare_file {
     path_text path{};
 };
 
-// Whether FILE, just opened, is now ours alone: locked, still under its name, nothing else's twin.
-bool is_ours(int file, const char *path) {
+// Locks FILE, just opened; false unless it is then ours alone: still under its name, nothing else's
+// twin.
+bool take_over(int file, const char *path) {
     struct stat status {};
     return flock(file, LOCK_EX | LOCK_NB) == 0 && fstat(file, &status) == 0 &&
            status.st_nlink == 1 && is_file_at(file, path);
@@ -44,7 +45,7 @@ bool take_spare_file(spare_file &spare, const char *folder) {
             open_regular(spare.path.data(), O_WRONLY | O_CREAT | O_NOFOLLOW, VALUE_MODE));
         if (spare.file < 0 && !is_occupied(errno))
             return false;
-        if (spare.file >= 0 && is_ours(spare.file, spare.path.data()))
+        if (spare.file >= 0 && take_over(spare.file, spare.path.data()))
             return ftruncate(spare.file, 0) == 0 && fchmod(spare.file, VALUE_MODE) == 0;
     }
     errno = EBUSY;
@@ -57,16 +58,12 @@ int remove_value(const char *path) {
 
 } // namespace
 
-int open_value(const char *folder, const char *name) {
-    return open_regular(join_path(folder, name).data(), O_RDONLY | O_NOFOLLOW);
-}
-
 int read_value(const char *folder, const char *name, char *buffer, int size) {
     if (buffer == nullptr || size <= 0)
         return -1;
     memset(buffer, 0, static_cast<size_t>(size));
 
-    const descriptor file{open_value(folder, name)};
+    const descriptor file{open_regular(join_path(folder, name).data(), O_RDONLY | O_NOFOLLOW)};
     if (file < 0)
         return -1;
     const ssize_t length = read(file, buffer, static_cast<size_t>(size - 1));

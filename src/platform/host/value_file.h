@@ -11,13 +11,11 @@
 namespace host {
 
 // Reads the value of FOLDER/NAME into BUFFER (SIZE bytes), cut to fit; the empty text when there is
-// none. A newline at the very end, as echo leaves it, is not part of the value. Returns 0 or -1.
+// none. A newline at the very end, as echo leaves it, is not part of the value. Returns 0, or -1 if
+// there was nothing to read.
 int read_value(const char *folder, const char *name, char *buffer, int size);
 
 // Stores VALUE; the empty text removes the file. Returns 0, or -1 with the old value in place.
 int write_value(const char *folder, const char *name, std::string_view value);
-
-// The file of FOLDER/NAME opened for reading, or -1; errno is ENOENT where there is no value.
-int open_value(const char *folder, const char *name);
 
 } // namespace host

@@ -1,0 +1,21 @@
+# Refuses a library in UPLINKD_PLATFORM_LIBRARIES that does not exist. Linker options are taken as they
+# are; a name is looked up where the linker would.
+foreach(library IN LISTS UPLINKD_PLATFORM_LIBRARIES)
+  if(library MATCHES "^-")
+    continue()
+  elseif(library MATCHES "/")
+    if(NOT IS_ABSOLUTE ${library} OR NOT EXISTS ${library} OR IS_DIRECTORY ${library})
+      message(FATAL_ERROR "UPLINKD_PLATFORM_LIBRARIES: there is no file ${library} (whole paths, please)")
+    endif()
+    continue()
+  endif()
+  find_library(found ${library} NO_CACHE)
+  if(NOT found)
+    find_library(found ${library} PATHS ${CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES}
+      NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH NO_CACHE)
+  endif()
+  if(NOT found)
+    message(FATAL_ERROR "UPLINKD_PLATFORM_LIBRARIES: the linker finds no library ${library}")
+  endif()
+  unset(found)
+endforeach()
