@@ -54,8 +54,9 @@ struct timer_clock {
     void arm() {
         std::unique_lock lock(mutex);
         uplinkd_notice_timer_arm();
-        changed.wait_for(lock, std::chrono::milliseconds(200), // a new thread begins soon
-                         [this, before = sleeping] { return sleeping > before; });
+        if (memory::last_log.find("turn the timer on") !=
+            std::string::npos) // there is a new thread
+            changed.wait(lock, [this, before = sleeping] { return sleeping > before; });
     }
     void pass(int n) {
         for (std::unique_lock lock(mutex); n > 0 && sleeping > 0; --n) {
