@@ -36,7 +36,7 @@ sysctl_is() { [ "$(cat "/proc/sys/$1" 2>/dev/null)" = "$2" ]; }
 
 # The kernel lets nobody see by a new /proc what is hidden in the old one.
 how_to_mount_proc() {
-    echo "these hide parts of it: $(awk '$5 ~ "^/proc/" { printf "%s ", $5 }' /proc/self/mountinfo);" \
-        "unmount them, or start the container with a whole /proc (podman: --security-opt unmask=ALL," \
+    echo "unmount what hides parts of it:$(awk '$5 ~ "^/proc/" { printf " %s", $5 }' /proc/self/mountinfo)," \
+        "or start the container with a whole /proc (podman: --security-opt unmask=ALL," \
         "docker: --security-opt systempaths=unconfined)"
 }

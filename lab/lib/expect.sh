@@ -27,7 +27,7 @@ end_failed() {
 
 # stay: a shell in the router, until whose end all of the world goes on.
 stay() {
-    local shell=(nsenter -t "$ROUTER" -n -m -p --wd=/ env TERM="$TERM" HOME=/root)
+    local shell=(nsenter -t "$ROUTER" -n -m -p env TERM="$TERM" HOME=/root)
     [ ! -e /run/lab/commands ] || exec 8</run/lab/commands
     if [ -t 8 ]; then
         echo "The world of '$scenario' goes on until this shell in its router ends." >&2
