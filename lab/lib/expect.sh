@@ -1,33 +1,88 @@
 # What a scenario expects. Every expectation waits until it holds, for PATIENCE seconds at most.
-PATIENCE=${PATIENCE:-20}
 CALLS=
 declare -A HEARD_LINES # how many lines of each application's record are dealt with
 
 # fail EXPECTED [SEEN]: says where the scenario stands and what the router knows, and ends it.
 fail() {
     trap - ERR
-    [ $BASHPID = $$ ] || exit 1 # in a $(...): the scenario itself sees that, and reports
-    local frame=0
-    while [[ ${BASH_SOURCE[frame]} != */scenarios/* && -n ${FUNCNAME[frame + 1]:-} ]]; do
-        frame=$((frame + 1))
-    done
-    {
-        echo "FAILED: ${BASH_SOURCE[frame]#/run/lab/}:${BASH_LINENO[frame - 1]}, after $SECONDS s"
-        echo "  expected: $1"
-        [ $# -lt 2 ] || echo "  seen:     ${2:-nothing}"
-        echo "--- items"
-        (cd "$ROOT/run/uplinkd/items" 2>/dev/null && grep -s . -- *) || :
-        echo "--- messages heard"
-        (cd /run/lab && tail -n +1 heard.* 2>/dev/null) || :
-        echo "--- the last batch"
-        cat "$ROOT/tmp/.tmp_uplinkd_script" 2>/dev/null || :
-        echo "--- the ISP's log"
-        grep -hE 'DHCP[A-Z]+|started|failed' /run/isp/*.log 2>/dev/null | tail -n 20 || :
-        echo "--- the daemon's log and output"
-        cat "$ROOT/var/log/uplinkd/uplinkd.log" "$ROOT/var/log/uplinkd.out" 2>/dev/null || :
-        echo "--- end of the report on $scenario"
-    } >&2
+    [ -e /run/lab/failed ] || report "$@" >&2
+    : >/run/lab/failed
+    [ $BASHPID = $$ ] || kill -USR1 $$ # in a $(...): the scenario is still to be ended
+    [ $BASHPID != $$ ] || end_failed
     exit 1
+}
+
+# A command in a $(...) may fail: the scenario itself sees that.
+command_failed() {
+    local command=$BASH_COMMAND
+    [ $BASHPID = $$ ] || exit 1
+    fail "this command succeeds: $command"
+}
+
+end_failed() {
+    trap - ERR
+    [ -z "$keep" ] || stay
+    exit 1
+}
+
+# stay: a shell in the router, until whose end all of the world goes on.
+stay() {
+    local shell=(nsenter -t "$ROUTER" -n -m -p env TERM="$TERM" HOME=/root)
+    [ ! -e /run/lab/commands ] || exec 8</run/lab/commands
+    if [ -t 8 ]; then
+        echo "The world of '$scenario' goes on until this shell in its router ends." >&2
+        "${shell[@]}" PS1='router:\w# ' bash --noprofile --norc -i <&8 2>&1
+    else
+        "${shell[@]}" bash <&8
+    fi || :
+}
+
+report() {
+    echo "FAILED: $scenario, after $SECONDS s"
+    show_source
+    echo "  expected: $1"
+    [ $# -lt 2 ] || echo "  seen:     ${2:-nothing}"
+    echo "--- items"
+    show_items
+    echo "--- messages heard"
+    show_messages
+    echo "--- the last batch"
+    cat_quietly "$ROOT/tmp/.tmp_uplinkd_script"
+    echo "--- the ISP's log"
+    grep -hE 'DHCP[A-Z]+|started|failed' /run/isp/*.log 2>/dev/null | tail -n 20 || :
+    echo "--- the daemon's log and output"
+    cat "$ROOT/var/log/uplinkd/uplinkd.log" "$ROOT/var/log/uplinkd.out" 2>/dev/null || :
+    echo "--- end of the report on $scenario"
+}
+
+# The line that failed; if it stands in a function of the scenario, the lines that called it as well.
+show_source() {
+    local frame line
+    for ((frame = 1; frame < ${#BASH_SOURCE[@]}; frame++)); do
+        [[ ${BASH_SOURCE[frame]} == */scenarios/* ]] || continue
+        line=${BASH_LINENO[frame - 1]}
+        printf '  %s:%d: ' "${BASH_SOURCE[frame]#/run/lab/}" "$line"
+        sed -n "$line{:next; p; /\\\\$/!q; n; b next;}" "${BASH_SOURCE[frame]}" # with what continues it
+    done
+}
+
+show_items() {
+    local file value
+    for file in "$ROOT"/run/uplinkd/items/[0-9]*; do
+        value=
+        [ ! -e "$file" ] || read -r value <"$file" || :
+        [ -z "$value" ] || printf '%s %-24s %s\n' "${file##*/}" "$(item_name "${file##*/}")" "$value"
+    done
+}
+
+show_messages() {
+    local file time id rest
+    for file in /run/lab/heard.*; do
+        [ -e "$file" ] || continue
+        while read -r time id rest; do
+            [[ $id != 0x* ]] || echo "${file##*.}: $(message_name "$id") $rest"
+        done <"$file"
+    done
 }
 
 # wait_for COMMAND...: until it succeeds; fails when it has not within the time.
@@ -35,7 +90,7 @@ wait_for() {
     local deadline=$((SECONDS + PATIENCE))
     until "$@"; do
         [ $SECONDS -lt $deadline ] || return 1
-        sleep 0.02
+        pause "$LOOK_EVERY"
     done
 }
 
@@ -54,10 +109,18 @@ expect_value() { # WHAT GLOB COMMAND...
 
 # expect_items NAME GLOB [NAME GLOB...]: an empty GLOB means that the item has no value.
 expect_items() {
+    local id
     while [ $# -gt 0 ]; do
-        expect_value "item $1" "$2" item "$1"
+        id=$(item_id "$1")
+        wait_for item_is "$id" "$2" || fail "item $1 = ${2:-nothing}" "$(item "$1")"
         shift 2
     done
+}
+item_is() { # ID GLOB; starts no program
+    local value='' file=$ROOT/run/uplinkd/items/$1
+    [ ! -s "$file" ] || read -r value <"$file" || :
+    # shellcheck disable=SC2053 # a pattern is meant
+    [[ $value == $2 ]]
 }
 
 expect_flag() { expect_value "flag $1" "$2" rt uplinkctl flag get "$1"; }
@@ -103,16 +166,21 @@ expect_message() { expect_records 0 "$@"; }
 expect_broadcast() { expect_records 1 "$@"; }
 
 expect_records() {
-    local marker=$1 app=$2 message line
+    local marker=$1 app=$2 message id line
     shift 2
     for message in "$@"; do
-        line="${MESSAGE[$message]} from 24 bcast $marker payload 0"
+        id=$(message_id "$message")
+        line="$id from 24 bcast $marker payload 0"
         expect_value "$app hears $message, bcast $marker" "$line" next_heard "$app"
         HEARD_LINES[$app]=$((${HEARD_LINES[$app]:-0} + 1))
     done
 }
 
-next_heard() { sed -n "$((${HEARD_LINES[$1]:-0} + 1))s/^[^ ]* //p" "/run/lab/heard.$1"; }
+next_heard() {
+    local line
+    mapfile -t -s "${HEARD_LINES[$1]:-0}" -n 1 line <"/run/lab/heard.$1"
+    printf '%s' "${line[*]#* }"
+}
 
 # expect_setup_reports COUNT: so many more reports of a finished set-up have reached the daemon; sending
 # it is the last thing that a client script does, and one still at work when its client is stopped
@@ -126,10 +194,11 @@ count_setup_reports() { grep -c 'recv msg(0x5304)' "$ROOT/var/log/uplinkd/uplink
 # expect_silence APP...: once the daemon has dealt with all it was told so far, the application has
 # heard no more than what was expected.
 expect_silence() {
-    local app
+    local app id
     settle
     for app in "$@"; do
-        rt sockmsg_send -d "${APP[$app]}" -m 1
+        id=$(app_id "$app")
+        rt sockmsg_send -d "$id" -m 1
         expect_value "$app hears no more" '0x0001 from 0 *' next_heard "$app"
         HEARD_LINES[$app]=$((${HEARD_LINES[$app]:-0} + 1))
     done
@@ -138,7 +207,9 @@ expect_silence() {
 # expect_log TEXT: the log has it, since the daemon was last started.
 expect_log() { wait_for log_has "$1" || fail "the log says '$1'"; }
 log_has() {
-    tail -n +$((LOG_MARK + 1)) "$ROOT/var/log/uplinkd/uplinkd.log" 2>/dev/null | grep -qF -- "$1"
+    local lines=() file=$ROOT/var/log/uplinkd/uplinkd.log
+    [ ! -e "$file" ] || mapfile -t -s "$LOG_MARK" lines <"$file"
+    [[ ${lines[*]} == *"$1"* ]]
 }
 
 expect_healthy_daemon() {

@@ -1,5 +1,5 @@
-# Process 1 of a guest started by lab/guest: makes a machine of it, on which the scenario's world is
-# built as everywhere else, says how that ended, and switches itself off.
+# Process 1 of a guest: makes a machine of it, on which the scenario's world is built as everywhere
+# else, says how that ended, and switches itself off.
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C
 modules=/run/lab/unpacked/usr/lib/uml/modules/$(uname -r)
 
@@ -23,16 +23,13 @@ busybox pivot_root . mnt
 cp -R --remove-destination /run/lab/unpacked/usr/sbin/. /usr/sbin/
 cp -R --remove-destination /run/lab/unpacked/usr/lib/x86_64-linux-gnu/. /usr/lib/x86_64-linux-gnu/
 mkdir -p /lib/modules /usr/local/lib/lab
-cp /usr/sbin/pppd /usr/local/lib/lab/ # the router's /usr/sbin/pppd is lab/guest_router's
+cp /usr/sbin/pppd /usr/local/lib/lab/ # the router's /usr/sbin/pppd is lab/router's
 ln -s "$modules" /lib/modules/
 busybox modprobe -a ipv6 ppp_async 8021q veth ip6table_nat xt_MASQUERADE
 ln -s /usr/sbin/ip6tables-legacy /run/lab/tools/ip6tables
 
-# What looks every 10 ms whether something is ready would keep it from being so.
-sleep() { command sleep "${1/0.01/0.5}"; }
-export -f sleep
-
+# The console is the terminal of a session of its own, should a shell be wanted.
 result=0
-bash /run/lab/lib/world.sh "$scenario" "" 2>&1 </dev/null || result=$?
+setsid --wait bash /run/lab/lib/world.sh </dev/tty0 >/dev/tty0 2>&1 || result=$?
 echo "RESULT $result"
 busybox poweroff -f

@@ -2,32 +2,36 @@
 LOG_MARK=0
 
 # rt COMMAND...: runs it inside the router.
-rt() {
-    nsenter -t "$ROUTER" -n -m -p env -i PATH="$PATH" LC_ALL=C TZ=UTC "$@"
-}
+rt() { nsenter -t "$ROUTER" -n -m -p "$@" 8<&- 9<&-; }
 
 # settings KEY VALUE [KEY VALUE...]
-settings() {
-    while [ $# -gt 0 ]; do
-        rt uplinkctl config set "$1" "$2"
-        shift 2
-    done
-}
+settings() { in_pairs 'uplinkctl config set' "$@"; }
 
 # set_items NAME VALUE [NAME VALUE...], as the router's other components do.
 set_items() {
+    local pairs=() id
     while [ $# -gt 0 ]; do
-        rt devinfo "$(item_id "$1")" "$2"
+        id=$(item_id "$1")
+        pairs+=("$id" "$2")
         shift 2
     done
+    in_pairs devinfo "${pairs[@]}"
+}
+
+in_pairs() { # COMMAND FIRST SECOND [FIRST SECOND...]: runs it in the router with each pair
+    # shellcheck disable=SC2016 # for the router's shell
+    rt sh -ec 'command=$1; shift; while [ $# -gt 0 ]; do $command "$1" "$2"; shift 2; done' sh "$@"
 }
 
 item() { cat_quietly "$ROOT/run/uplinkd/items/$(item_id "$1")"; }
 
 # tell MESSAGE...: sends them to the daemon.
 tell() {
-    local message
-    for message in "$@"; do rt sockmsg_send -d 24 -m "${MESSAGE[$message]}"; done
+    local message id
+    for message in "$@"; do
+        id=$(message_id "$message")
+        rt sockmsg_send -d 24 -m "$id"
+    done
 }
 
 # settle: until the daemon has dealt with everything sent to it so far.
@@ -39,10 +43,11 @@ settle() {
 
 # siblings APP...: the sibling daemons, each of which keeps a record of what it hears.
 siblings() {
-    local app
+    local app id
     for app in "$@"; do
+        id=$(app_id "$app")
         : >"/run/lab/heard.$app"
-        rt uplinkctl listen "${APP[$app]}" </dev/null > >(stamp_lines >>"/run/lab/heard.$app") &
+        rt uplinkctl listen "$id" </dev/null > >(stamp_lines >>"/run/lab/heard.$app") &
         expect_value "$app is registered" ready next_heard "$app"
         HEARD_LINES["$app"]=1
     done

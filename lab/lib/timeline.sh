@@ -1,17 +1,13 @@
 # The demo's view of a scenario. One process watches items and batches, and notes what changes; other
 # records (the ISP's log, what the siblings hear, the daemon's log) are kept anyway. Another process
 # prints all of it in order of time.
-declare -A READERS ITEM_NAME MESSAGE_NAME
+declare -A READERS
 PENDING=()
 
 start_timeline() {
-    exec {NEVER}<> <(:) # nothing ever comes: read waits on it without starting a program
     : >/run/lab/steps
     : >/run/lab/changes
     : >/run/lab/batch_seen
-    local name
-    for name in "${!ITEM[@]}"; do ITEM_NAME[${ITEM[$name]}]=$name; done
-    for name in "${!MESSAGE[@]}"; do MESSAGE_NAME[${MESSAGE[$name]}]=$name; done
     START=$EPOCHREALTIME
     watch_changes >>/run/lab/changes &
     WATCHER=$!
@@ -28,8 +24,6 @@ finish_timeline() {
 
 step() { echo "$EPOCHREALTIME step $*" >>/run/lab/steps; }
 why() { echo "$EPOCHREALTIME why $*" >>/run/lab/steps; }
-
-pause() { read -rt "$1" -u "$NEVER" || :; }
 
 # Starts no program, so that it can look a hundred times a second. Prints "TIME item ID OLD NEW" and
 # "TIME batch LINE".
@@ -56,7 +50,7 @@ watch_changes() {
 # Events are held back until all sources have been read well after they happened, so that they can
 # be put in order.
 print_timeline() {
-    local finished= before
+    local finished='' before
     until [ "$finished" ]; do
         pause 0.1
         [ ! -e /run/lab/finished ] || finished=1
@@ -140,31 +134,20 @@ print_events() { # ALL? BEFORE_MICROSECONDS
 }
 
 print_event() { # MICROSECONDS KIND TEXT
-    local colour=
-    if [ -t 1 ]; then
+    local code=
+    if [ "$colour" ]; then
         case $2 in
-        step | why) colour=1 ;;
-        wire) colour=36 ;;
-        batch) colour=33 ;;
-        item) colour=32 ;;
-        told | hears) colour=35 ;;
+        step | why) code=1 ;;
+        wire) code=36 ;;
+        batch) code=33 ;;
+        item) code=32 ;;
+        told | hears) code=35 ;;
         esac
     fi
     [ "$2" != step ] || echo
-    printf '%s%4d.%03d  %-6s %s%s\n' "${colour:+$'\e['${colour}m}" $(($1 / 1000000)) \
-        $(($1 / 1000 % 1000)) "$2" "$3" "${colour:+$'\e[0m'}"
+    printf '%s%4d.%03d  %-6s %s%s\n' "${code:+$'\e['${code}m}" $(($1 / 1000000)) \
+        $(($1 / 1000 % 1000)) "$2" "$3" "${code:+$'\e[0m'}"
 }
-
-item_name() {
-    local index=$(($1 / 1000 - 260))
-    if ((index >= 1 && index <= 7)); then
-        echo "${ITEM_NAME[$((201100 + $1 % 1000))]:-$1}_$index"
-    else
-        echo "${ITEM_NAME[$1]:-$1}"
-    fi
-}
-
-message_name() { echo "${MESSAGE_NAME[$1]:-message} ($1)"; }
 
 print_state() {
     local name

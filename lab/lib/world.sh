@@ -1,8 +1,7 @@
-# The outer half of a scenario's world, and its process 1: this is the ISP's side, from which the
-# scenario is played. Run by lab/lab in fresh namespaces; /run/lab holds a copy of the lab.
+# The outer half of a scenario's world, and its first process: this is the ISP's side, from which the
+# scenario is played. Run in fresh namespaces or on a machine of its own, with /run/lab filled.
 set -eEuo pipefail
-scenario=$1 timeline=$2
-export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C
+. /run/lab/play
 trap 'exit 130' INT TERM HUP
 
 # What the caller left open is not for the router's processes. (255 is where bash reads this file.)
@@ -10,6 +9,13 @@ for fd in "/proc/$$/fd"/*; do
     fd=${fd##*/}
     ((fd <= 2 || fd == 255)) || exec {fd}>&-
 done
+for name in $(compgen -e); do export -n "${name?}"; done
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C TZ=UTC
+exec 8<&0 </dev/null # the caller's keyboard
+exec 9<> <(:)        # nothing ever comes
+
+# pause SECONDS: starts no program, which takes long in a guest.
+pause() { read -rt "$1" -u 9 || :; }
 
 mkdir /run/isp
 ip link set lo up
@@ -18,16 +24,15 @@ ip link set lo up
 ln -s "$(command -v busybox)" /run/lab/tools/udhcpc
 ln -s "$(command -v busybox)" /run/lab/tools/killall
 unshare --net --mount --pid --fork --mount-proc --kill-child --propagation private \
-    bash /run/lab/lib/router_init.sh &
+    bash /run/lab/lib/router_init.sh 8<&- 9<&- &
 unshare_pid=$!
-until ROUTER=$(cat "/proc/$unshare_pid/task/$unshare_pid/children") &&
-    [ -e "/proc/${ROUTER% }/root/run/ready" ]; do
+ROUTER=
+until [ "$ROUTER" ] && [ -e "/proc/$ROUTER/root/run/ready" ]; do
     [ -e "/proc/$unshare_pid" ] || exit 1
-    sleep 0.01
+    pause "$LOOK_EVERY"
+    read -r ROUTER _ <"/proc/$unshare_pid/task/$unshare_pid/children" || :
 done
-ROUTER=${ROUTER% }
 ROOT=/proc/$ROUTER/root # the router's files, as seen from here
-export ROUTER ROOT
 
 # step TEXT tells a reader of the timeline what happens to the router now, why TEXT the reason of what
 # the daemon did.
@@ -43,7 +48,8 @@ for part in names expect router isp; do
     . "/run/lab/lib/$part.sh"
 done
 [ -z "$timeline" ] || . /run/lab/lib/timeline.sh
-trap 'fail "this command succeeds: $BASH_COMMAND"' ERR
+trap command_failed ERR
+trap end_failed USR1
 SECONDS=0
 . "/run/lab/scenarios/$scenario"
 expect_healthy_daemon
