@@ -25,7 +25,7 @@ struct spare_file {
 
 // Whether FILE, just opened, is now ours alone: locked, still under its name, nothing else's twin.
 bool is_ours(int file, const char *path) {
-    struct stat status {};
+    struct stat status = {};
     return flock(file, LOCK_EX | LOCK_NB) == 0 && fstat(file, &status) == 0 &&
            status.st_nlink == 1 && is_file_at(file, path);
 }
