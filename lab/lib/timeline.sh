@@ -56,7 +56,7 @@ watch_changes() {
 # Events are held back until all sources have been read well after they happened, so that they can
 # be put in order.
 print_timeline() {
-    local finished= before
+    local finished='' before
     until [ "$finished" ]; do
         pause 0.1
         [ ! -e /run/lab/finished ] || finished=1
