@@ -2,6 +2,7 @@
 // each does stands below it.
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

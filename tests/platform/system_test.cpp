@@ -26,13 +26,14 @@ TEST(System, RunsTheShellAsRootOnly) {
 
 // A client that outlives the daemon must neither keep its sockets nor ignore what killall sends.
 TEST(System, AStartedProgramInheritsNothing) {
+    // What this process was itself left with, a log of CTest's say, is not the layer's.
+    ASSERT_EQ(close_range(3, ~0U, CLOSE_RANGE_CLOEXEC), 0);
     signal(SIGPIPE, SIG_IGN);
     sigset_t blocked;
     sigfillset(&blocked);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    ASSERT_EQ(init_sockmsg(
-                  24, [](const uplinkd_msg_t *) { return 0; }, 0),
-              0);
+    const auto ignore = [](const uplinkd_msg_t *) { return 0; };
+    ASSERT_EQ(init_sockmsg(24, ignore, 0), 0);
     std::atomic<bool> stop = false;
     std::thread busy([&] {
         for (uplinkd_msg_t record{}; !stop; sockmsg_send_common_msg(24, &record)) {
@@ -41,15 +42,15 @@ TEST(System, AStartedProgramInheritsNothing) {
         }
     });
     for (int round = 0; round < 30; round++)
-        system_by_root("ls -l /proc/self/fd >> /tmp/open; "
+        system_by_root("ls /proc/self/fd >> /tmp/open; "
                        "grep -E '^Sig(Blk|Ign)' /proc/self/status >> /tmp/signals");
     stop = true;
     busy.join();
 
-    const std::string open = file_text("/tmp/open");
-    EXPECT_NE(open.find("/proc/"), std::string::npos); // that of ls itself
-    for (const char *ours : {"socket:", "/uplinkd/"})
-        EXPECT_EQ(open.find(ours), std::string::npos) << open;
+    const std::vector<std::string> open = file_lines("/tmp/open");
+    EXPECT_FALSE(open.empty());
+    for (const std::string &descriptor : open) // the fourth is the folder that ls reads
+        EXPECT_LT(std::stoi(descriptor), 4);
     constexpr unsigned long PIPE_AND_TERM = 1UL << (SIGPIPE - 1) | 1UL << (SIGTERM - 1);
     for (const std::string &line : file_lines("/tmp/signals"))
         EXPECT_EQ(std::stoul(line.substr(7), nullptr, 16) & PIPE_AND_TERM, 0u) << line;

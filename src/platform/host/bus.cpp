@@ -206,7 +206,7 @@ bool start_thread(void *(*run)(void *)) {
 
 // Whether a running process has bound ADDRESS. What a killed one left behind refuses connections.
 bool is_owned(const sockaddr_un &address) {
-    struct stat status {};
+    struct stat status = {};
     if (lstat(address.sun_path, &status) != 0 || !S_ISSOCK(status.st_mode))
         return false;
     const host::descriptor probe{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};

@@ -64,7 +64,7 @@ int open_regular(const char *path, int flags, unsigned mode) {
     if (file < 0)
         return -1;
 
-    struct stat status {};
+    struct stat status = {};
     if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
         errno = EINVAL;
         return -1;
@@ -75,8 +75,7 @@ int open_regular(const char *path, int flags, unsigned mode) {
 }
 
 bool is_file_at(int fd, const char *path) {
-    struct stat opened {
-    }, named{};
+    struct stat opened = {}, named = {};
     return fstat(fd, &opened) == 0 && lstat(path, &named) == 0 && opened.st_dev == named.st_dev &&
            opened.st_ino == named.st_ino;
 }

@@ -56,7 +56,7 @@ struct message {
 
 // Appends LINE to the log file; false when it is full and must be rotated first.
 bool append(std::string_view line, int file) {
-    struct stat status {};
+    struct stat status = {};
     if (fstat(file, &status) != 0)
         return true;
     if (status.st_size > 0 && status.st_size + static_cast<off_t>(line.size()) > ROTATION_SIZE)

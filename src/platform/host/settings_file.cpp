@@ -106,7 +106,7 @@ settings_result begin(change &edit) {
 
 // Gives the new file the rights of the old one.
 bool keep_rights(int old_file, int new_file) {
-    struct stat status {};
+    struct stat status = {};
     return fstat(old_file, &status) == 0 && fchown(new_file, status.st_uid, status.st_gid) == 0 &&
            fchmod(new_file, status.st_mode & 07777) == 0;
 }

@@ -26,7 +26,7 @@ struct spare_file {
 // Locks FILE, just opened; false unless it is then ours alone: still under its name, nothing else's
 // twin.
 bool take_over(int file, const char *path) {
-    struct stat status {};
+    struct stat status = {};
     return flock(file, LOCK_EX | LOCK_NB) == 0 && fstat(file, &status) == 0 &&
            status.st_nlink == 1 && is_file_at(file, path);
 }
