@@ -68,8 +68,8 @@ inbox_t inbox;
 
 struct registration_t {
     uplinkd_mutex lock;
-    bool delivering UPLINKD_GUARDED_BY(lock) =
-        false; // the delivery thread outlives a failed attempt
+    // The delivery thread outlives a failed attempt.
+    bool delivering UPLINKD_GUARDED_BY(lock) = false;
 };
 registration_t registration;
 
