@@ -29,8 +29,10 @@ TEST(script_runner, goes_past_what_lies_in_its_way) {
         {"hard link", [] { fs::create_hard_link("/tmp/his", FILE_PATH); }},
         {"pipe", [] { mkfifo(FILE_PATH, 0666); }},
         {"folder", [] { fs::create_directory(FILE_PATH); }},
+        {"full folder", [] { fs::create_directories(std::string(FILE_PATH) + "/his"); }},
     };
     write_file("/tmp/his", "his\n");
+    chmod("/tmp/his", 0755);
     for (const auto &obstacle : obstacles)
         for (const bool append : {false, true}) {
             SCOPED_TRACE(obstacle.name);
@@ -41,12 +43,13 @@ TEST(script_runner, goes_past_what_lies_in_its_way) {
             alarm(0);
             EXPECT_EQ(file_text("/tmp/his"), "his\n");
             EXPECT_FALSE(fs::exists("/tmp/new"));
-            if (result == 0) {
+            EXPECT_EQ(result, append ? -1 : 0);
+            if (!append) {
                 EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(FILE_PATH)));
-                EXPECT_EQ(file_text(FILE_PATH), append ? "mine\n" : "");
-            } else
-                EXPECT_EQ(result, -1);
-            fs::remove(FILE_PATH);
+                EXPECT_EQ(fs::status(FILE_PATH).permissions(), fs::perms{0644});
+                EXPECT_EQ(file_text(FILE_PATH), "");
+            }
+            fs::remove_all(FILE_PATH);
         }
 }
 

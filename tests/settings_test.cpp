@@ -9,6 +9,7 @@
 #include "provision/clients/client_files.h"
 #include "provision/clients/ppp.h"
 #include "provision/wired_wan.h"
+#include "wan/wan_record.h"
 #include "wan/wan_settings.h"
 
 TEST(wan_settings, have_indexes_from_0_to_8) {
@@ -33,6 +34,13 @@ TEST(wan_settings, have_indexes_from_0_to_8) {
         log 1 uplinkd_cfg_get_ppp_user_and_pwd_by_idx: got invalid wan idx(9)
         log 0 uplinkd_dhcpc_clean_unuse_files_by_idx: got invalid wan idx(9)
         log 0 uplinkd_ppp_clean_unuse_files_by_idx: got invalid wan idx(-1))");
+}
+
+TEST(wan_record, of_a_mode_without_a_band_has_the_shared_items_only) {
+    wan_di_set set = WLAN58_RECORD;
+    EXPECT_EQ(uplinkd_cfg_get_di_wlan_by_mode(&set, WAN_MODE_WIRED), -1);
+    EXPECT_EQ(set.ifname_id + set.iface_type_id + set.netstatus_id, 0U);
+    EXPECT_EQ(set.ipv4_addr_id, 201203U);
 }
 
 TEST(ppp_secrets, hold_what_pppd_reads_back) {
