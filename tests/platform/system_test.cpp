@@ -1,4 +1,3 @@
-#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <thread>
@@ -32,9 +31,8 @@ TEST(System, AStartedProgramInheritsNothing) {
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     const auto ignore = [](const uplinkd_msg_t *) { return 0; };
     ASSERT_EQ(init_sockmsg(24, ignore, 0), 0);
-    std::atomic<bool> stop = false;
-    std::thread busy([&] {
-        for (uplinkd_msg_t record{}; !stop; sockmsg_send_common_msg(24, &record)) {
+    const std::jthread busy([](const std::stop_token &stop) {
+        for (uplinkd_msg_t record{}; !stop.stop_requested(); sockmsg_send_common_msg(24, &record)) {
             savelog(0, "busy");
             set_devinfo_value_by_id(3, "1", 1);
         }
@@ -44,8 +42,6 @@ TEST(System, AStartedProgramInheritsNothing) {
     // No bit of SIGPIPE and none of SIGTERM in either set.
     EXPECT_EQ(system_by_root("[ $(grep -Ec '^Sig(Blk|Ign):.*[028a]...$' /proc/self/status) = 2 ]"),
               0);
-    stop = true;
-    busy.join();
 }
 
 TEST(System, RebootsWithWhatIsOnThePath) {
@@ -71,11 +67,15 @@ TEST(Network, RelationsAgreeWithTheSetsOfAddresses) {
             in_b |= ((address & mb) == (b & mb) ? 1u : 0u) << address;
         }
         const unsigned both = in_a & in_b;
-        const int overlap = in_a == in_b ? 0 : both == in_b ? 1 : both == in_a ? 2 : 4;
+        const int expected = both == 0      ? 3
+                             : in_a == in_b ? 0
+                             : both == in_b ? 1
+                             : both == in_a ? 2
+                                            : 4;
         ASSERT_EQ(util_get_2_network_segment_relations4(
                       text("10.0.0.", a).c_str(), text("255.255.255.", ma | 0xf0).c_str(),
                       text("10.0.0.", b).c_str(), text("255.255.255.", mb | 0xf0).c_str()),
-                  both == 0 ? 3 : overlap)
+                  expected)
             << a << "/" << ma << " and " << b << "/" << mb;
     }
     for (const char *wrong : {"", " ", "1.2.3", "1.2.3.4 ", "01.2.3.4", "0x1.2.3.4", "1.2.3.256",
