@@ -8,8 +8,6 @@
 #include "host_test.h"
 #include "platform/bus.h"
 
-using namespace std::string_literals;
-
 // The handler passes on what it gets, while nobody holds it up.
 static std::mutex handling;
 static int handled[2];
@@ -63,8 +61,9 @@ static int count_received(int receiver) {
 TEST(Bus, KnowsTheSenderByItsEndpointAndHoldsRecordsInOrder) {
     register_here();
     int sender = -1;
-    for (const std::string &path : {"/run/uplinkd/busx19"s, "/tmp/24"s, BUS + "x", BUS + "019",
-                                    BUS + "19x", BUS + "4294967297", BUS + "19"}) {
+    for (const std::string &path :
+         {BUS + "x", std::string{"/tmp/24"}, std::string{"/run/uplinkd/busx19"}, BUS + "019",
+          BUS + "19x", BUS + "4294967297", BUS + "19"}) {
         sender = unix_socket(connect, BUS + "24", unix_socket(bind, path));
         EXPECT_TRUE(send_here(sender, 1));
         EXPECT_EQ(take().src_app_id, path == BUS + "19" ? 19 : 0) << path;

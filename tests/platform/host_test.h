@@ -1,4 +1,4 @@
-// Files, sockets and child processes, as the tests of the layer use them.
+// Files and sockets, as the tests of the layer use them.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +8,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 inline const std::string ITEMS = "/run/uplinkd/items/", BUS = "/run/uplinkd/bus/";
@@ -32,12 +31,4 @@ inline int unix_socket(int (*bind_or_connect)(int, const sockaddr *, socklen_t),
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     EXPECT_EQ(bind_or_connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     return fd;
-}
-
-// Runs WORK in a child process, whose exit status is what it returns.
-template <typename work> pid_t start_child(work run) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(run());
-    return child;
 }
