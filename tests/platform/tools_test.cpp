@@ -45,7 +45,7 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"ipv6 perfer -a 1:0:0:4:0:0:0:8", "1:0:0:4::8\n"},             // the longest run
         {"ipv6 perfer -a 1:2:3:0:5:6:7:8", "1:2:3:0:5:6:7:8\n"},        // a single group stays
         {"ipv6 perfer -a 1:2:3:4:5:6:0:0", "1:2:3:4:5:6::\n"},
-        {"ipv6 perfer -a 0:0:0:0:0:ffff:102:304", "::ffff:1.2.3.4\n"},
+        {"ipv6 perfer -a 0:0:0:0:0:ffff:102:304", "::ffff:1\\.2\\.3\\.4\n"},
         {"ipv6 perfer -a ::1.2.3.4", "::102:304\n"}, // only mapped addresses keep the mixed form
         {"ipv6 no_separator -a fe80000000000000021A2bfffe3c4d5e", "fe80::21a:2bff:fe3c:4d5e\n"},
         {"ipv6 no_separator -a fe80000000000000021A2bfffe3c4d5g", FAILURE},
