@@ -1,14 +1,14 @@
-// Files and child processes, as the tests of the layer use them.
+// Files and sockets, as the tests of the layer use them.
 #pragma once
 
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
+#include <sys/un.h>
 #include <unistd.h>
-#include <vector>
 
 inline const std::string ITEMS = "/run/uplinkd/items/", BUS = "/run/uplinkd/bus/";
 inline const std::string SETTINGS = "/etc/uplinkd/settings";
@@ -24,24 +24,11 @@ inline std::string file_text(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-inline std::vector<std::string> file_lines(const std::string &path) {
-    std::ifstream file(path);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-// Runs WORK in a child process, whose exit status is what it returns.
-template <typename work> pid_t start_child(work run) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(run());
-    return child;
-}
-
-inline int wait_for_child(pid_t child) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+// A datagram socket, a new one where none is given, bound or connected to PATH.
+inline int unix_socket(int (*bind_or_connect)(int, const sockaddr *, socklen_t),
+                       const std::string &path, int fd = socket(AF_UNIX, SOCK_DGRAM, 0)) {
+    sockaddr_un address{AF_UNIX, {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(bind_or_connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    return fd;
 }

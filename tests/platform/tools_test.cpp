@@ -1,5 +1,5 @@
 // The tools as programs: what they print, where, and how they end. They lie in the working folder.
-#include <cstdio>
+#include <cstdlib>
 #include <regex>
 
 #include "host_test.h"
@@ -7,42 +7,23 @@
 // Regular expressions; a line of standard error begins with '!'. They tell the exit status, too.
 static const std::string FAILURE = "!\\w+: .*\n", USAGE = FAILURE + "!Try '\\w+ --help'\\.\n";
 
-struct step {
-    std::string command, output;
-};
-
-static void expect_steps(const std::vector<step> &steps) {
-    for (const step &s : steps) {
-        FILE *pipe = popen(("PATH=.:$PATH; { " + s.command + "; } 2>/tmp/errors").c_str(), "r");
-        std::string output;
-        for (int character; (character = fgetc(pipe)) != EOF;)
-            output += static_cast<char>(character);
-        const int status = s.output == USAGE ? 2 : s.output.starts_with('!') ? 1 : 0;
-        EXPECT_EQ(WEXITSTATUS(pclose(pipe)), status) << s.command;
-        for (const std::string &line : file_lines("/tmp/errors"))
-            output += "!" + line + "\n";
-        EXPECT_TRUE(std::regex_match(output, std::regex(s.output))) << s.command << "\n" << output;
-    }
-}
-
-TEST(Tools, KeepValuesAndCarryMessages) {
-    expect_steps({
+TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
+    const struct {
+        std::string command, output;
+    } STEPS[] = {
         {"for t in devinfo sockmsg_send addr_format uplinkctl; do"
          " $t --version; [ \"$($t -h)\" = \"$($t --help)\" ] && $t -h | grep Usage; done",
          "(\\w+ " VERSION "\nUsage: .*\n){4}"},
-        {"devinfo 1", ""},
-        {"devinfo 1 -1 && devinfo 1", "-1\n"},
-        {"printf 'a\\nb\\n' > " + ITEMS + "5; devinfo 5", "a\nb\n"},
+        {"devinfo 1; devinfo 1 -1 && devinfo 1", "-1\n"},
         {"printf 'y\\n%.0s' $(seq 3000) > " + ITEMS + "5; devinfo 5 | wc -c", "6000\n"},
         {"printf 'y%.0s' $(seq 70000) > " + ITEMS + "5; devinfo 5", FAILURE},
         {"mkfifo " + ITEMS + "6; devinfo 6", FAILURE},
-        {"devinfo 0 x", FAILURE},
         {"devinfo 2147483648", USAGE},
         {"devinfo \"$(printf '1\\nx')\"", USAGE},
         {"sockmsg_send -d 25 -m 1", "!sockmsg_send: .*25.*0x0001.*not registered\n"},
         {"uplinkctl listen 25 -n 2 -t 20 > /tmp/heard & "
-         "timeout 10 sh -c 'until grep -q ready /tmp/heard; do sleep .01; done';"
-         "sockmsg_send -d 25 -m 0x5304; uplinkctl listen 25 2>&1 | grep -c registered;"
+         "timeout 10 sh -c 'until grep -qs ready /tmp/heard; do sleep .01; done';"
+         "sockmsg_send -d 25 -m 0x5304; uplinkctl listen 25 -t 1 2>&1 | grep -c registered;"
          "sockmsg_send -m 21253 -d 25; wait; cat /tmp/heard; ls " +
              BUS,
          "1\nready\n0x5304 from 0 bcast 0 payload 0\n0x5305 from 0 bcast 0 payload 0\n"},
@@ -58,24 +39,27 @@ TEST(Tools, KeepValuesAndCarryMessages) {
          "WAN mode +5 .*\nstrategy +0 .*\nmobile +up, not connected\nwired WAN +up, not connected\n"
          "priority +1, the WAN: mobile first.*\nrecorded +'0', not the same: .* by somebody "
          "else\n"},
-    });
-}
-
-TEST(Tools, AddrFormatIsCanonicalOrSilent) {
-    for (const auto &[form_and_address, printed] : std::vector<step>{
-             {"prefer -a ::1", USAGE},
-             {"perfer -a", USAGE},
-             {"perfer -a 0::0", "::\n"},
-             {"perfer -a 2001:DB8:0:0:1:0:0:1", "2001:db8::1:0:0:1\n"}, // the first of two runs
-             {"perfer -a 1:0:0:4:0:0:0:8", "1:0:0:4::8\n"},             // the longest run
-             {"perfer -a 1:2:3:0:5:6:7:8", "1:2:3:0:5:6:7:8\n"},        // a single group stays
-             {"perfer -a 0::1:2:3:4:5:6", "::1:2:3:4:5:6\n"},
-             {"perfer -a 1:2:3:4:5:6:0:0", "1:2:3:4:5:6::\n"},
-             {"perfer -a 0:0:0:0:0:ffff:102:304", "::ffff:1.2.3.4\n"},
-             {"perfer -a ::1.2.3.4", "::102:304\n"}, // only mapped addresses keep the mixed form
-             {"no_separator -a fe80000000000000021A2bfffe3c4d5e", "fe80::21a:2bff:fe3c:4d5e\n"},
-             {"no_separator -a fe80000000000000021A2bfffe3c4d5g", FAILURE},
-             {"perfer -a 10.0.0.1", FAILURE},
-             {"perfer -a ''", FAILURE}})
-        expect_steps({{"addr_format -6 -d compact -s " + form_and_address, printed}});
+        {"ipv6 prefer -a ::1", USAGE},
+        {"ipv6 perfer -a 0::0", "::\n"},
+        {"ipv6 perfer -a 2001:DB8:0:0:1:0:0:1", "2001:db8::1:0:0:1\n"}, // the first of two runs
+        {"ipv6 perfer -a 1:0:0:4:0:0:0:8", "1:0:0:4::8\n"},             // the longest run
+        {"ipv6 perfer -a 1:2:3:0:5:6:7:8", "1:2:3:0:5:6:7:8\n"},        // a single group stays
+        {"ipv6 perfer -a 1:2:3:4:5:6:0:0", "1:2:3:4:5:6::\n"},
+        {"ipv6 perfer -a 0:0:0:0:0:ffff:102:304", "::ffff:1\\.2\\.3\\.4\n"},
+        {"ipv6 perfer -a ::1.2.3.4", "::102:304\n"}, // only mapped addresses keep the mixed form
+        {"ipv6 no_separator -a fe80000000000000021A2bfffe3c4d5e", "fe80::21a:2bff:fe3c:4d5e\n"},
+        {"ipv6 no_separator -a fe80000000000000021A2bfffe3c4d5g", FAILURE},
+        {"ipv6 perfer -a 10.0.0.1", FAILURE},
+    };
+    for (const auto &[command, output] : STEPS) {
+        const int ended =
+            system(("PATH=.:$PATH; ipv6() { addr_format -6 -d compact -s \"$@\"; }; { " + command +
+                    "; } > /tmp/printed 2> /tmp/errors; status=$?;"
+                    "sed 's/^/!/' /tmp/errors >> /tmp/printed; exit $status")
+                       .c_str());
+        const int status = output == USAGE ? 2 : output.starts_with('!') ? 1 : 0;
+        EXPECT_EQ(WEXITSTATUS(ended), status) << command;
+        const std::string printed = file_text("/tmp/printed");
+        EXPECT_TRUE(std::regex_match(printed, std::regex(output))) << command << "\n" << printed;
+    }
 }
