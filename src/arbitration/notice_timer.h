@@ -9,8 +9,8 @@ extern uplinkd_mutex uplinkd_notice_mutex;
 // seen the mobile network and checks every second.
 extern int uplinkd_notice_countdown UPLINKD_GUARDED_BY(uplinkd_notice_mutex);
 
-// Starts the countdown, or extends the one that runs. Called by the arbitration when a mix mode
-// that prefers the WAN has fallen back to the mobile network.
+// Starts the countdown, or extends the one that runs. Called by the WAN status change when a mix
+// mode that prefers the WAN has fallen back to the mobile network.
 void uplinkd_notice_timer_arm();
 
 // The thread that counts down, checks and sends the notice. ARGUMENT is ignored; returns null.
