@@ -142,6 +142,16 @@ expect_clients() { expect_value "running $1 processes" "$2" count_processes "$1"
 count_processes() { pids "$1" | wc -w; }
 pids() { rt busybox pidof "$1" || :; }
 
+# expect_background CLIENT: the processes of that name lead sessions of their own. A client forks to go
+# there once its script has reported; `killall`, looking at that moment, may find the old process only.
+expect_background() { expect_value "$1 still in the foreground" "" foreground_clients "$1"; }
+foreground_clients() {
+    # shellcheck disable=SC2016 # the router's shell expands it
+    rt busybox sh -c 'for p in $(busybox pidof "$1"); do
+        read -r pid _ _ _ _ session _ <"/proc/$p/stat" && [ "$pid" = "$session" ] || echo "$p"
+    done' sh "$1" 2>/dev/null || :
+}
+
 # expect_file FILE GLOB: the text of one of the router's files.
 expect_file() { expect_value "file $1" "$2" cat_quietly "$ROOT$1"; }
 cat_quietly() { cat "$1" 2>/dev/null || :; }
