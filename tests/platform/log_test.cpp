@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <fcntl.h>
 #include <regex>
 #include <set>
 #include <sys/mount.h>
@@ -29,11 +30,14 @@ TEST(Log, AMessageIsOneLineWhateverItHolds) {
         recv(logger, sent, sizeof sent - 1, 0);
         EXPECT_EQ(std::regex_replace(sent, SENT, "$1"), logged);
     }
-    // Neither a planted FIFO nor a logger that reads no more holds it up.
-    std::filesystem::remove(LOG);
-    ASSERT_EQ(mkfifo(LOG.c_str(), 0600), 0);
+    // A logger that reads no more does not hold it up, and its successor is found.
     for (int i = 0; i < 1000; i++)
         savelog(0, "x");
+    close(logger), std::filesystem::remove("/dev/log");
+    const int successor = unix_socket(bind, "/dev/log");
+    savelog(0, "x");
+    char sent[2000];
+    EXPECT_GT(recv(successor, sent, sizeof sent, MSG_DONTWAIT), 0);
 }
 
 TEST(Log, TheLevelIsASetting) {
@@ -48,6 +52,52 @@ TEST(Log, TheLevelIsASetting) {
             savelog(level, "x");
         EXPECT_EQ(std::ranges::count(file_text(LOG), '\n'), lines) << setting;
     }
+}
+
+// The log stays open, and yet whatever happens at its path counts from the next line on.
+TEST(Log, TheFileAtThePathIsTheLog) {
+    put_file("/etc/bait", "");
+    const struct {
+        const char *happens, *lines; // the log afterwards
+    } CASES[] = {
+        {"true", "1"},
+        {"rm $LOG", "1"},
+        {"mv $LOG $LOG.moved", "1"},
+        {": >$LOG", "1"},
+        {"cp $LOG /tmp/copy; mv /tmp/copy $LOG", "2"},
+        {"rm $LOG; ln -s /etc/bait $LOG", ""},
+        {"rm $LOG; mkfifo $LOG", ""},
+        {"rm $LOG; mkdir $LOG", ""},
+        {"rmdir $LOG", "1"},
+        {"rm -r /var/log/uplinkd", "1"},
+        {"head -c 1048570 /dev/zero >$LOG", "1"}, // rotated
+    };
+    setenv("LOG", LOG.c_str(), 1);
+    for (const auto &c : CASES) {
+        ASSERT_EQ(system(c.happens), 0);
+        savelog(0, "x");
+        EXPECT_EQ(std::filesystem::is_regular_file(std::filesystem::symlink_status(LOG))
+                      ? std::to_string(std::ranges::count(file_text(LOG), '\n'))
+                      : "",
+                  c.lines)
+            << c.happens;
+    }
+    EXPECT_EQ(file_text("/etc/bait"), "");
+}
+
+// Nothing of the log may be taken for standard output, nor a child's line for the parent's.
+TEST(Log, StartsWithoutStandardOutputAndGoesOnInAChild) {
+    const int kept = dup(STDOUT_FILENO);
+    close(STDOUT_FILENO);
+    savelog(0, "parent");
+    const bool is_free = fcntl(STDOUT_FILENO, F_GETFD) < 0;
+    dup2(kept, STDOUT_FILENO);
+    EXPECT_TRUE(is_free);
+    const pid_t child = fork();
+    if (child == 0)
+        savelog(0, "child"), _exit(0);
+    waitpid(child, nullptr, 0);
+    EXPECT_NE(file_text(LOG).find("[" + std::to_string(child) + "] 0 child\n"), std::string::npos);
 }
 
 // Threads and processes together fill the log beyond its size: nothing torn, nothing lost.

@@ -74,6 +74,13 @@ int open_regular(const char *path, int flags, unsigned mode) {
     return opened;
 }
 
+int above_standard(int opened) {
+    if (opened < 0 || opened > STDERR_FILENO)
+        return opened;
+    const descriptor low{opened};
+    return fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+}
+
 bool is_file_at(int fd, const char *path) {
     struct stat opened = {}, named = {};
     return fstat(fd, &opened) == 0 && lstat(path, &named) == 0 && opened.st_dev == named.st_dev &&

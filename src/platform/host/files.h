@@ -40,6 +40,10 @@ bool make_folders(const char *folder);
 // errno EINVAL for anything but a regular file. Symbolic links are followed unless FLAGS say no.
 int open_regular(const char *path, int flags, unsigned mode = 0);
 
+// Moves a descriptor just opened out of the way of standard input, output and error, which a
+// process may have been started without; -1, the descriptor closed, where that fails.
+int above_standard(int opened);
+
 // Whether PATH itself, not what it may link to, still names the open file FD.
 bool is_file_at(int fd, const char *path);
 

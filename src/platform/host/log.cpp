@@ -1,7 +1,11 @@
 // The log file and the system's log. A line is composed on the caller's stack and appended in one
-// write, so threads and processes need no lock among themselves; only who rotates the file holds
-// the file's own lock, and who finds it taken just appends. A log that cannot be written is silent:
-// nothing here ever waits.
+// write, so processes need no lock among themselves; only who rotates the file holds the file's own
+// lock, and who finds it taken just appends. A log that cannot be written is silent: nothing here
+// waits for a reader.
+//
+// Both ways out stay open between lines. One look at the path tells whether the open file is still
+// the log: one that was rotated, removed or replaced is followed at the next line. The system's log
+// is found by its name at every line, so it may come and go.
 #include "platform/log.h"
 
 #include <algorithm>
@@ -17,11 +21,14 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <syslog.h>
+#include <utility>
 
 #include "platform/host/files.h"
 #include "platform/host/log_text.h"
+#include "platform/host/own_process.h"
 #include "platform/host/places.h"
 #include "platform/host/setting_number.h"
+#include "platform/mutex.h"
 
 namespace {
 
@@ -54,16 +61,14 @@ struct message {
     return text;
 }
 
-// Appends LINE to the log file; false when it is full and must be rotated first.
-bool append(std::string_view line, int file) {
-    struct stat status = {};
-    if (fstat(file, &status) != 0)
-        return true;
-    if (status.st_size > 0 && status.st_size + static_cast<off_t>(line.size()) > ROTATION_SIZE)
-        return false;
-    host::write_all(file, line);
-    return true;
-}
+// What stays open until the process ends, -1 while it is not.
+struct open_ends {
+    uplinkd_mutex lock;
+    int file UPLINKD_GUARDED_BY(lock) = -1;
+    struct stat opened UPLINKD_GUARDED_BY(lock) = {}; // which file that is
+    int sender UPLINKD_GUARDED_BY(lock) = -1;
+};
+open_ends ends;
 
 int open_log() {
     constexpr int FLAGS = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW;
@@ -73,21 +78,45 @@ int open_log() {
     return file;
 }
 
+// In place of the one that was open, whose lock goes with it.
+void open_log_anew() UPLINKD_REQUIRES(ends.lock) {
+    if (ends.file >= 0)
+        close(ends.file);
+    host::descriptor file{host::above_standard(open_log())};
+    ends.file = -1;
+    if (file < 0 || fstat(file, &ends.opened) != 0)
+        return;
+    std::swap(ends.file, file.fd);
+}
+
+// Whether the open file is the one that lies at the log's path; SIZE receives its length.
+bool is_log_open(off_t &size) UPLINKD_REQUIRES(ends.lock) {
+    struct stat named = {};
+    const bool open = ends.file >= 0 && lstat(host::LOG_FILE, &named) == 0 &&
+                      named.st_dev == ends.opened.st_dev && named.st_ino == ends.opened.st_ino;
+    size = named.st_size;
+    return open;
+}
+
 // Two processes may find the file full at once: the lock and the second look keep the slower one
 // from rotating the file that the faster one has just begun.
-void rotate(int file) {
-    if (flock(file, LOCK_EX | LOCK_NB) == 0 && host::is_file_at(file, host::LOG_FILE))
+void rotate() UPLINKD_REQUIRES(ends.lock) {
+    if (flock(ends.file, LOCK_EX | LOCK_NB) == 0 && host::is_file_at(ends.file, host::LOG_FILE))
         rename(host::LOG_FILE, host::OLD_LOG_FILE);
 }
 
-void log_to_file(std::string_view line) {
-    host::descriptor file{open_log()};
-    if (file < 0 || append(line, file))
-        return;
-    rotate(file);
-    file.reset(open_log());
-    if (file >= 0)
-        host::write_all(file, line);
+void log_to_file(std::string_view line) UPLINKD_REQUIRES(ends.lock) {
+    off_t size = 0;
+    if (!is_log_open(size)) {
+        open_log_anew();
+        size = ends.opened.st_size;
+    }
+    if (ends.file >= 0 && size > 0 && size + static_cast<off_t>(line.size()) > ROTATION_SIZE) {
+        rotate();
+        open_log_anew();
+    }
+    if (ends.file >= 0)
+        host::write_all(ends.file, line);
 }
 
 int severity(int level) {
@@ -97,19 +126,30 @@ int severity(int level) {
 }
 
 // Sends to the system's log without syslog(3), which waits for a logger that has stopped reading.
-void log_to_system(int level, const tm &now, std::string_view text) {
-    char line[LINE_SIZE];
-    char when[32];
-    strftime(when, sizeof when, "%b %e %H:%M:%S", &now);
-    const int length =
-        snprintf(line, sizeof line, "<%d>%s %s[%d]: %.*s", LOG_DAEMON | severity(level), when,
-                 log_identity.data(), getpid(), static_cast<int>(text.size()), text.data());
-
+void log_to_system(std::string_view line) UPLINKD_REQUIRES(ends.lock) {
+    if (ends.sender < 0)
+        ends.sender = host::above_standard(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const sockaddr_un logger{AF_UNIX, "/dev/log"};
-    const host::descriptor sender{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
-    if (sender >= 0 && length > 0)
-        sendto(sender, line, static_cast<size_t>(length), MSG_DONTWAIT | MSG_NOSIGNAL,
+    if (ends.sender >= 0)
+        sendto(ends.sender, line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
                reinterpret_cast<const sockaddr *>(&logger), sizeof logger);
+}
+
+struct line_text {
+    std::array<char, LINE_SIZE> bytes;
+    size_t length = 0;
+
+    std::string_view view() const { return {bytes.data(), length}; }
+};
+
+[[gnu::format(printf, 1, 2)]] line_text compose(const char *format, ...) {
+    line_text line;
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(line.bytes.data(), line.bytes.size(), format, arguments);
+    va_end(arguments);
+    line.length = static_cast<size_t>(std::max(length, 0));
+    return line;
 }
 
 void log_line(int level, std::string_view text) {
@@ -117,16 +157,20 @@ void log_line(int level, std::string_view text) {
     clock_gettime(CLOCK_REALTIME, &clock);
     tm now{};
     localtime_r(&clock.tv_sec, &now);
-
     char when[32];
+    const int text_length = static_cast<int>(text.size());
+
     strftime(when, sizeof when, "%Y-%m-%d %H:%M:%S", &now);
-    char line[LINE_SIZE];
-    const int length =
-        snprintf(line, sizeof line, "%s.%03ld %s[%d] %d %.*s\n", when, clock.tv_nsec / 1000000,
-                 log_identity.data(), getpid(), level, static_cast<int>(text.size()), text.data());
-    if (length > 0)
-        log_to_file({line, static_cast<size_t>(length)});
-    log_to_system(level, now, text);
+    const line_text filed =
+        compose("%s.%03ld %s[%d] %d %.*s\n", when, clock.tv_nsec / 1000000, log_identity.data(),
+                host::own_pid(), level, text_length, text.data());
+    strftime(when, sizeof when, "%b %e %H:%M:%S", &now);
+    const line_text sent = compose("<%d>%s %s[%d]: %.*s", LOG_DAEMON | severity(level), when,
+                                   log_identity.data(), host::own_pid(), text_length, text.data());
+
+    mutex_guard hold(ends.lock);
+    log_to_file(filed.view());
+    log_to_system(sent.view());
 }
 
 } // namespace
