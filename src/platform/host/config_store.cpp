@@ -1,9 +1,11 @@
 // The settings as the daemon reads them: the file is scanned at every use, so that a change made by
-// anyone, by renaming or in place, counts from the next read on. A file of any size and lines of
-// any length pass through one small buffer. The last line of a key counts.
+// anyone, by renaming or in place, counts from the next read on. It is read at once into a buffer
+// on the stack; a larger file passes through it, with lines of any length. The last line of a key
+// counts.
 #include "platform/config_store.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -11,6 +13,8 @@
 #include <fcntl.h>
 #include <span>
 #include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/host/files.h"
 #include "platform/host/places.h"
@@ -88,16 +92,31 @@ template <typename destination> struct scan {
             value.add(bytes);
     }
 
-    void feed(std::string_view bytes) {
-        for (;;) {
-            const size_t line_end = bytes.find('\n');
-            feed_line(bytes.substr(0, line_end));
-            if (line_end == std::string_view::npos)
-                return;
-            bytes.remove_prefix(line_end + 1);
-            at = line_part::key;
-            matched = 0;
+    // Takes lines that each have their newline before them; a line of the key may be among them.
+    void feed_lines(std::string_view bytes) {
+        while (const void *hit = memmem(bytes.data(), bytes.size(), key.data(), key.size())) {
+            const char *begin = static_cast<const char *>(hit);
+            const bool at_line_start = begin != bytes.data() && begin[-1] == '\n';
+            bytes = {begin + key.size(), bytes.data() + bytes.size()};
+            if (!at_line_start || !bytes.starts_with('='))
+                continue;
+            found = true;
+            value.restart();
+            value.add(bytes.substr(1, bytes.find('\n') - 1));
         }
+    }
+
+    // Takes the next piece of the file: the rest of a line, whole lines, the beginning of a line.
+    void feed(std::string_view bytes) {
+        const size_t first_end = bytes.find('\n');
+        feed_line(bytes.substr(0, first_end));
+        if (first_end == std::string_view::npos)
+            return;
+        const size_t last_start = bytes.rfind('\n') + 1;
+        feed_lines(bytes.substr(first_end, last_start - first_end));
+        at = line_part::key;
+        matched = 0;
+        feed_line(bytes.substr(last_start));
     }
 
     std::string_view key;
@@ -108,24 +127,38 @@ template <typename destination> struct scan {
     size_t matched = 0; // bytes of the key that this line has begun with
 };
 
+// More than a router's settings fill, and little for a thread's stack.
+constexpr size_t READ_SIZE = 16 * 1024;
+
+bool is_regular(int file) {
+    struct stat status = {};
+    return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 // Reads the value of KEY into VALUE; false where there is none.
 template <typename destination> bool read_setting(const char *key, destination &value) {
     if (key == nullptr || !host::is_setting_key(key)) {
         errno = EINVAL;
         return false;
     }
-    const host::descriptor file{host::open_regular(host::SETTINGS_FILE, O_RDONLY)};
+    const host::descriptor file{
+        open(host::SETTINGS_FILE, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
     if (file < 0)
         return false;
     scan<destination> lines{.key = key, .value = value};
-    char chunk[4096];
-    for (;;) {
-        const ssize_t length = read(file, chunk, sizeof chunk);
+    std::array<char, READ_SIZE> bytes;
+    for (off_t at = 0;;) {
+        const ssize_t length = pread(file, bytes.data(), bytes.size(), at); // from files alone
         if (length < 0 && errno == EINTR)
             continue;
-        if (length <= 0)
-            return length == 0 && lines.found;
-        lines.feed({chunk, static_cast<size_t>(length)});
+        if (length < 0)
+            return false;
+        lines.feed({bytes.data(), static_cast<size_t>(length)});
+        if (static_cast<size_t>(length) < bytes.size())
+            return lines.found;
+        if (at == 0 && !is_regular(file))
+            return false; // a device that has no end
+        at += length;
     }
 }
 
