@@ -11,6 +11,8 @@
 
 namespace {
 
+host::value_folder items{.path = host::ITEM_FOLDER};
+
 std::array<char, 12> item_name(int id) {
     std::array<char, 12> name{};
     std::to_chars(name.data(), name.data() + name.size() - 1, id);
@@ -26,7 +28,7 @@ int get_devinfo_value_by_id(int id, char *buffer, int size) {
         errno = EINVAL;
         return -1;
     }
-    return host::read_value(host::ITEM_FOLDER, item_name(id).data(), buffer, size);
+    return host::read_value(items, item_name(id).data(), buffer, size);
 }
 
 int set_devinfo_value_by_id(int id, const char *value, int length) {
@@ -34,6 +36,6 @@ int set_devinfo_value_by_id(int id, const char *value, int length) {
         errno = EINVAL;
         return -1;
     }
-    return host::write_value(host::ITEM_FOLDER, item_name(id).data(),
+    return host::write_value(items, item_name(id).data(),
                              {value, strnlen(value, static_cast<size_t>(length))});
 }

@@ -9,6 +9,8 @@
 
 namespace {
 
+host::value_folder flags{.path = host::FLAG_FOLDER};
+
 // A leading dot could leave the folder, or hit a file that a writer is still filling.
 bool is_flag_name(const char *name) {
     return name != nullptr && name[0] != '\0' && name[0] != '.' && strchr(name, '/') == nullptr &&
@@ -22,7 +24,7 @@ int flag_set(const char *name, const char *value) {
         errno = EINVAL;
         return -1;
     }
-    return host::write_value(host::FLAG_FOLDER, name, value);
+    return host::write_value(flags, name, value);
 }
 
 int flag_get_item(const char *name, char *buffer, int size) {
@@ -32,5 +34,5 @@ int flag_get_item(const char *name, char *buffer, int size) {
         errno = EINVAL;
         return -1;
     }
-    return host::read_value(host::FLAG_FOLDER, name, buffer, size);
+    return host::read_value(flags, name, buffer, size);
 }

@@ -1,93 +1,131 @@
 #include "platform/host/value_file.h"
 
+#include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include "platform/host/files.h"
+#include "platform/host/own_process.h"
+#include "platform/log.h"
 
 namespace host {
 
 namespace {
 
 constexpr mode_t VALUE_MODE = 0640;
+constexpr std::string_view SPARE_PREFIX = ".new-";
 
-// As many writers of one folder can be at work, or stopped half-way, at the same moment.
-constexpr int SPARE_FILES = 1000;
+// The spare file of the calling thread in FOLDER: its name is not another's, in whatever PID
+// namespace that is. One that exists has been left behind by a thread of the same number.
+path_text own_spare_file(const char *folder) {
+    char name[48];
+    snprintf(name, sizeof name, "%s%u-%d", SPARE_PREFIX.data(), own_pid_namespace(), own_tid());
+    return join_path(folder, name);
+}
 
-// A locked, empty spare file and its path. The lock says that its writer lives, and goes with it.
-struct spare_file {
-    descriptor file{-1};
-    path_text path{};
-};
+template <typename number> bool take_number(std::string_view &text, number &value) {
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    text.remove_prefix(static_cast<size_t>(stop - text.data()));
+    return error == std::errc{};
+}
 
-// Locks FILE, just opened; false unless it is then ours alone: still under its name, nothing else's
-// twin.
-bool take_over(int file, const char *path) {
+// Whether NAME is that of a spare file whose writer, of our namespace, is no more.
+bool is_left_behind(std::string_view name) {
+    unsigned pid_namespace = 0;
+    pid_t writer = 0;
+    if (!name.starts_with(SPARE_PREFIX))
+        return false;
+    name.remove_prefix(SPARE_PREFIX.size());
+    return take_number(name, pid_namespace) && pid_namespace == own_pid_namespace() &&
+           name.starts_with('-') && (name.remove_prefix(1), take_number(name, writer)) &&
+           name.empty() && writer > 0 && kill(writer, 0) != 0 && errno == ESRCH;
+}
+
+void remove_what_was_left_behind(const char *path) {
+    const descriptor folder{open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (folder < 0)
+        return;
+    name_reader names{folder};
+    while (const char *name = next_name(names))
+        if (is_left_behind(name))
+            unlinkat(folder, name, 0);
+}
+
+int create_spare_file(const char *path) {
+    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+    const int file = open(path, FLAGS, VALUE_MODE);
+    if (file >= 0 || errno != EEXIST)
+        return file;
+    return unlink(path) == 0 ? open(path, FLAGS, VALUE_MODE) : -1;
+}
+
+// What a process does at its first write to a folder, FILE being the spare file of it.
+void get_acquainted(value_folder &folder, int file) {
     struct stat status = {};
-    return flock(file, LOCK_EX | LOCK_NB) == 0 && fstat(file, &status) == 0 &&
-           status.st_nlink == 1 && is_file_at(file, path);
+    folder.needs_mode = fstat(file, &status) != 0 || (status.st_mode & 0777) != VALUE_MODE;
+    remove_what_was_left_behind(folder.path);
+    folder.known_to = own_pid();
 }
 
-// Whether opening a spare file failed because something else lies there, so that the next may do.
-bool is_occupied(int error) {
-    return error == EINVAL || error == ELOOP || error == EISDIR || error == ENXIO;
+bool fill(value_folder &folder, int file, std::string_view value) {
+    if (folder.known_to != own_pid())
+        get_acquainted(folder, file);
+    return (!folder.needs_mode || fchmod(file, VALUE_MODE) == 0) && write_all(file, value);
 }
 
-bool take_spare_file(spare_file &spare, const char *folder) {
-    for (int number = 0; number < SPARE_FILES; number++) {
-        char name[16];
-        snprintf(name, sizeof name, ".new%d", number);
-        spare.path = join_path(folder, name);
-        spare.file.reset(
-            open_regular(spare.path.data(), O_WRONLY | O_CREAT | O_NOFOLLOW, VALUE_MODE));
-        if (spare.file < 0 && !is_occupied(errno))
-            return false;
-        if (spare.file >= 0 && take_over(spare.file, spare.path.data()))
-            return ftruncate(spare.file, 0) == 0 && fchmod(spare.file, VALUE_MODE) == 0;
-    }
-    errno = EBUSY;
+bool replace_value(value_folder &folder, const char *path, std::string_view value) {
+    const path_text spare = own_spare_file(folder.path);
+    descriptor file{create_spare_file(spare.data())};
+    if (file < 0 && errno == ENOENT && make_folders(folder.path))
+        file.reset(create_spare_file(spare.data()));
+    if (file < 0)
+        return false;
+    const bool filled = fill(folder, file, value);
+    file.reset(-1);
+    if (filled && rename(spare.data(), path) == 0)
+        return true;
+    const int error = errno;
+    unlink(spare.data());
+    errno = error;
     return false;
 }
 
-int remove_value(const char *path) {
-    return unlink(path) == 0 || errno == ENOENT ? 0 : -1;
+bool remove_value(const char *path) {
+    return unlink(path) == 0 || errno == ENOENT;
 }
 
 } // namespace
 
-int read_value(const char *folder, const char *name, char *buffer, int size) {
+int read_value(const value_folder &folder, const char *name, char *buffer, int size) {
     if (buffer == nullptr || size <= 0)
         return -1;
-    memset(buffer, 0, static_cast<size_t>(size));
+    const auto room = static_cast<size_t>(size);
+    memset(buffer, 0, room);
 
-    const descriptor file{open_regular(join_path(folder, name).data(), O_RDONLY | O_NOFOLLOW)};
+    const descriptor file{open(join_path(folder.path, name).data(),
+                               O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
     if (file < 0)
         return -1;
-    const ssize_t length = read(file, buffer, static_cast<size_t>(size - 1));
+    // From files alone; a byte more than the value may have here tells whether this is its end.
+    const ssize_t length = pread(file, buffer, room, 0);
     if (length <= 0)
         return -1;
-
-    char after = '\0';
-    if (buffer[length - 1] == '\n' && read(file, &after, 1) == 0)
-        buffer[length - 1] = '\0';
+    const auto taken = static_cast<size_t>(length);
+    if (taken == room || buffer[taken - 1] == '\n')
+        buffer[taken - 1] = '\0';
     return buffer[0] != '\0' ? 0 : -1;
 }
 
-int write_value(const char *folder, const char *name, std::string_view value) {
-    const path_text path = join_path(folder, name);
-    if (value.empty())
-        return remove_value(path.data());
-
-    spare_file spare;
-    if (!take_spare_file(spare, folder) &&
-        !(errno == ENOENT && make_folders(folder) && take_spare_file(spare, folder)))
-        return -1;
-    if (write_all(spare.file, value) && rename(spare.path.data(), path.data()) == 0)
+int write_value(value_folder &folder, const char *name, std::string_view value) {
+    const path_text path = join_path(folder.path, name);
+    const bool stored =
+        value.empty() ? remove_value(path.data()) : replace_value(folder, path.data(), value);
+    if (stored)
         return 0;
-    unlink(spare.path.data());
+    savelog(0, "cannot store %s: %s", path.data(), strerror(errno));
     return -1;
 }
 
