@@ -16,17 +16,24 @@ int uplinkd_debug_mode = 0;
 
 // Room for a console text and its NUL; what exceeds it is cut.
 static constexpr int CONSOLE_TEXT_SIZE = 1024;
-// How long a console may be unready, for example stopped with Ctrl-S, before lines are dropped.
-static constexpr int CONSOLE_PATIENCE_MS = 100;
-// It has had that time, and has not been ready since. (Atomic, since the notice timer logs on a
-// thread of its own.)
-static std::atomic<bool> console_is_stuck = false;
+// How long a console may be unready, for example stopped with Ctrl-S, before lines are dropped. It
+// is given that time in one second only once, so that a slow one cannot hold up a handler at every
+// line.
+static constexpr int CONSOLE_PATIENCE_MS = 3;
+// The second of the last wait. (Atomic, since the notice timer logs on a thread of its own.)
+static std::atomic<time_t> waited_at = 0;
+
+static bool is_console_ready(int patience_ms) {
+    pollfd console = {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    return poll(&console, 1, patience_ms) == 1;
+}
 
 static bool wait_for_console() {
-    pollfd console = {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
-    const bool ready = poll(&console, 1, console_is_stuck ? 0 : CONSOLE_PATIENCE_MS) == 1;
-    console_is_stuck = !ready;
-    return ready;
+    if (is_console_ready(0))
+        return true;
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return waited_at.exchange(now.tv_sec) != now.tv_sec && is_console_ready(CONSOLE_PATIENCE_MS);
 }
 
 // Standard output as a terminal or pipe that cannot block us: it may have room for a part of a text
@@ -78,9 +85,7 @@ static void hide_control_characters(char *text) {
         return true;
     if (!wait_for_console())
         return false;
-    const bool taken = write_without_sigpipe(line.c_str(), static_cast<size_t>(length));
-    console_is_stuck = !taken;
-    return taken;
+    return write_without_sigpipe(line.c_str(), static_cast<size_t>(length));
 }
 
 [[gnu::format(printf, 1, 2)]] static bool console_print(const char *format, ...) {

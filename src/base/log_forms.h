@@ -59,6 +59,6 @@ inline constexpr log_form BOTH_FORMS[] = {log_form::debug, log_form::trace};
 
 // Three writes to standard output: the prefix, the text, a newline. Control characters in the text
 // are shown as '?', but for tabs and newlines, which the daemon's own texts hold too; it is cut
-// after 1023 bytes. A console that is gone loses the line; one that nobody reads is given 100 ms
-// once, and then loses lines at once until somebody reads it.
+// after 1023 bytes. A console that is gone loses the line; one that nobody reads is given 3 ms,
+// once a second at the most, and loses lines otherwise.
 [[gnu::format(printf, 2, 3)]] void console_line(const log_site &site, const char *format, ...);

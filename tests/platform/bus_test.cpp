@@ -4,6 +4,7 @@
 #include <functional>
 #include <mutex>
 #include <poll.h>
+#include <thread>
 
 #include "host_test.h"
 #include "platform/bus.h"
@@ -84,6 +85,42 @@ TEST(Bus, KnowsTheSenderByItsEndpointAndHoldsRecordsInOrder) {
     standstill.unlock();
     for (int id = 0; id < sent; id++)
         ASSERT_EQ(take().msg_id, id);
+}
+
+// The process's share of memory, in kB.
+static long proportional_set_size() {
+    std::ifstream rollup("/proc/self/smaps_rollup");
+    long size = 0;
+    for (std::string word; rollup >> word && word != "Pss:";)
+        continue;
+    rollup >> size;
+    return size;
+}
+
+TEST(Bus, GivesTheMemoryOfABurstBackAndLosesNothingByIt) {
+    register_here();
+    const int sender = unix_socket(connect, BUS + "24");
+    EXPECT_TRUE(send_here(sender, 0));
+    take();
+    const long before = proportional_set_size();
+    for (const int burst : {300, 1, 5, 258, 2, 300}) {
+        std::unique_lock standstill(handling);
+        std::thread sending([sender, burst] {
+            for (int id = 0; id < burst; id++)
+                EXPECT_TRUE(send_here(sender, id));
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // of filling
+        standstill.unlock();
+        for (int id = 0; id < burst; id++)
+            EXPECT_EQ(take().msg_id, id);
+        sending.join();
+    }
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    alarm(5);
+    while (proportional_set_size() > before + 64) // the last record is released after it was taken
+        usleep(1000);
+    alarm(0);
+#endif
 }
 
 TEST(Bus, BroadcastReachesAllButItsSenderAndTheDead) {

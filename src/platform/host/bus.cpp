@@ -9,9 +9,9 @@
 // they have waited for this receiver before. Any thread may send. Neither thread touches the
 // process's signals.
 //
-// Data. The inbox's indexes are guarded by its lock. A slot needs none: it belongs to the reader
-// from wait_for_slot() to keep_slot(), and to the delivery thread from wait_for_record() to
-// release_record(). What is known of stuck receivers has a lock of its own.
+// Data. The inbox is guarded by its lock, but for the record that the delivery thread works on:
+// that stays as it is from wait_for_record() to release_record(). What is known of stuck receivers
+// has a lock of its own.
 #include "platform/bus.h"
 
 #include <algorithm>
@@ -26,9 +26,11 @@
 #include <pthread.h>
 #include <span>
 #include <string_view>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include "platform/host/files.h"
 #include "platform/host/places.h"
@@ -41,6 +43,9 @@ namespace {
 
 // Records held while the handler works on one more.
 constexpr size_t HELD_RECORDS = 256;
+
+// A quiet bus keeps room for so many in memory.
+constexpr size_t QUIET_RECORDS = 4;
 
 constexpr int LOCK_PATIENCE_MS = 1000;
 constexpr size_t HANDLER_STACK_SIZE = 512 * 1024;
@@ -62,6 +67,7 @@ struct inbox_t {
     uplinkd_condition freed;
     size_t first UPLINKD_GUARDED_BY(lock) = 0;
     size_t count UPLINKD_GUARDED_BY(lock) = 0;
+    bool swollen UPLINKD_GUARDED_BY(lock) = false; // beyond QUIET_RECORDS
     std::array<uplinkd_msg_t, HELD_RECORDS + 1> slots;
 };
 inbox_t inbox;
@@ -127,20 +133,13 @@ int sender_of(const sockaddr_un &address, socklen_t length) {
 
 // ---- receiving
 
-// The slot for the next record, once one is free. An empty inbox starts over at its first
-// slot, so that a quiet bus keeps only a few pages of it in memory.
-uplinkd_msg_t &wait_for_slot() {
+void keep_record(const uplinkd_msg_t &record) {
     mutex_guard hold(inbox.lock);
     while (inbox.count == inbox.slots.size())
         inbox.freed.wait(inbox.lock);
-    if (inbox.count == 0)
-        inbox.first = 0;
-    return inbox.slots[(inbox.first + inbox.count) % inbox.slots.size()];
-}
-
-void keep_slot() {
-    mutex_guard hold(inbox.lock);
-    inbox.count++;
+    const size_t slot = (inbox.first + inbox.count++) % inbox.slots.size();
+    inbox.slots[slot] = record;
+    inbox.swollen |= slot >= QUIET_RECORDS;
     inbox.arrived.signal();
 }
 
@@ -151,18 +150,32 @@ const uplinkd_msg_t &wait_for_record() {
     return inbox.slots[inbox.first];
 }
 
+// Gives the memory of a burst that is over back to the kernel.
+void shrink_inbox() UPLINKD_REQUIRES(inbox.lock) {
+    const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto kept = reinterpret_cast<uintptr_t>(&inbox.slots[QUIET_RECORDS]);
+    const auto end = reinterpret_cast<uintptr_t>(&inbox.slots.back() + 1) / page * page;
+    const auto begin = (kept + page - 1) / page * page;
+    if (begin < end)
+        madvise(reinterpret_cast<void *>(begin), end - begin, MADV_DONTNEED);
+    inbox.swollen = false;
+}
+
+// An empty inbox starts over at its first slot, so that a quiet bus touches only a few.
 void release_record() {
     mutex_guard hold(inbox.lock);
-    inbox.first = (inbox.first + 1) % inbox.slots.size();
     inbox.count--;
+    inbox.first = inbox.count == 0 ? 0 : (inbox.first + 1) % inbox.slots.size();
+    if (inbox.count == 0 && inbox.swollen)
+        shrink_inbox();
     inbox.freed.signal();
 }
 
-// Takes one datagram off SOCKET; false if there was none, or none that is a record.
+// Waits for one datagram at SOCKET; false if that is no record.
 bool receive(int socket, uplinkd_msg_t &record) {
     sockaddr_un sender{};
     socklen_t length = sizeof sender;
-    const ssize_t size = recvfrom(socket, &record, sizeof record, MSG_TRUNC | MSG_DONTWAIT,
+    const ssize_t size = recvfrom(socket, &record, sizeof record, MSG_TRUNC,
                                   reinterpret_cast<sockaddr *>(&sender), &length);
     if (size < 0)
         return false;
@@ -174,13 +187,10 @@ bool receive(int socket, uplinkd_msg_t &record) {
 }
 
 void *read_records(void *) {
-    for (;;) {
-        // A slot is taken only once something is there, see wait_for_slot().
-        pollfd incoming{.fd = endpoint, .events = POLLIN, .revents = 0};
-        poll(&incoming, 1, -1);
-        if (receive(incoming.fd, wait_for_slot()))
-            keep_slot();
-    }
+    uplinkd_msg_t record;
+    for (;;)
+        if (receive(endpoint, record))
+            keep_record(record);
 }
 
 void *deliver_records(void *) {
