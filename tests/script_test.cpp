@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +17,10 @@ TEST(script_runner, writes_whole_lines_or_nothing) {
     EXPECT_EQ(uplinkd_script_execute(FILE_PATH, nullptr), -1);
     EXPECT_CALLS(4, "");
     EXPECT_TRUE(file_text(FILE_PATH) == longest + "\n");
+    EXPECT_EQ(write_script(FILE_PATH, "%s", "new"), 0);
+    EXPECT_EQ(file_text(FILE_PATH), "new\n");
+    EXPECT_EQ(write_script(FILE_PATH, "%sx", longest.c_str()), -1);
+    EXPECT_EQ(file_text(FILE_PATH), "");
 }
 
 // What another user can put in the way: nothing of his is written, and nobody waits for him.
@@ -63,6 +68,26 @@ TEST(script_runner, keeps_a_script_executable_and_to_itself) {
     EXPECT_EQ(fs::status(FILE_PATH).permissions(), fs::perms{0755});
     kept_open << "his" << std::flush;
     EXPECT_EQ(file_text(FILE_PATH), "");
+}
+
+// Each look at the secrets would wear the flash otherwise.
+TEST(script_runner, leaves_secrets_alone_that_are_empty_already) {
+    constexpr const char *SECRETS = "/etc/ppp/pap-secrets";
+    const timespec long_ago[2] = {{1, 0}, {1, 0}};
+    struct stat status = {};
+    for (const int mode : {0600, 0644}) {
+        write_file(SECRETS, "");
+        chmod(SECRETS, static_cast<mode_t>(mode));
+        utimensat(AT_FDCWD, SECRETS, long_ago, 0);
+        ASSERT_EQ(stat(SECRETS, &status), 0);
+        const timespec changed = status.st_ctim;
+        usleep(20000); // a tick of the kernel's clock for files
+        EXPECT_EQ(uplinkd_file_truncate(SECRETS), 0);
+        stat(SECRETS, &status);
+        EXPECT_EQ(status.st_mtim.tv_sec, 1);
+        EXPECT_EQ(status.st_ctim.tv_nsec == changed.tv_nsec, mode == 0600);
+        EXPECT_EQ(status.st_mode & 07777, 0600u);
+    }
 }
 
 TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,8 +15,7 @@
 static constexpr int EXECUTE_COMMAND_SIZE = 128;
 
 void begin_batch(const char *owner) {
-    uplinkd_file_truncate(TMP_SCRIPT);
-    uplinkd_file_append_line(TMP_SCRIPT, "# rewrite by %s", owner);
+    write_script(TMP_SCRIPT, "# rewrite by %s", owner);
 }
 
 void run_batch(const char *owner) {
@@ -24,12 +24,14 @@ void run_batch(const char *owner) {
 
 // Something that only other programs could have put there: not ours to write into.
 static bool is_foreign(const struct stat &file) {
-    return !S_ISREG(file.st_mode) || file.st_uid != geteuid() || file.st_nlink != 1;
+    static const uid_t own_uid = geteuid();
+    return !S_ISREG(file.st_mode) || file.st_uid != own_uid || file.st_nlink != 1;
 }
 
 static constexpr mode_t SCRIPT_MODE = 0644;
 static constexpr mode_t SECRETS_MODE = 0600;
 static constexpr mode_t EXECUTE_BITS = 0111;
+static constexpr mode_t MODE_BITS = 07777;
 
 // O_NONBLOCK, because a planted FIFO must not hold us up.
 static constexpr int OPEN_FLAGS = O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC;
@@ -40,24 +42,36 @@ static bool is_secrets_file(const char *path) {
     return strncmp(path, SECRETS_FOLDER, strlen(SECRETS_FOLDER)) == 0;
 }
 
-static int open_secrets(const char *path) {
+// STATUS receives what the file is. A mode that is right stays untouched: the flash has enough to
+// do.
+static int open_secrets(const char *path, struct stat &status) {
     const int file = open(path, OPEN_FLAGS | O_CREAT, SECRETS_MODE);
-    struct stat status;
-    if (file >= 0 && fstat(file, &status) == 0 && !is_foreign(status) &&
-        fchmod(file, SECRETS_MODE) == 0)
+    if (file < 0)
+        return -1;
+    if (fstat(file, &status) == 0 && !is_foreign(status) &&
+        ((status.st_mode & MODE_BITS) == SECRETS_MODE || fchmod(file, SECRETS_MODE) == 0))
         return file;
-    if (file >= 0)
-        close(file);
+    close(file);
     return -1;
 }
 
+// What is empty is not emptied again, for the same reason.
 static int truncate_secrets(const char *path) {
-    const int file = open_secrets(path);
+    struct stat status;
+    const int file = open_secrets(path, status);
     if (file < 0)
         return -1;
-    const int result = ftruncate(file, 0);
+    const int result = status.st_size == 0 ? 0 : ftruncate(file, 0);
     close(file);
     return result;
+}
+
+// Appends all or, on a full disk, nothing: the beginning of a command is another command. SIZE is
+// what the file has so far.
+static void append_whole(int file, std::string_view bytes, off_t size) {
+    const ssize_t written = write(file, bytes.data(), bytes.size());
+    if (written >= 0 && static_cast<size_t>(written) < bytes.size() && ftruncate(file, size) != 0)
+        return; // nothing more can be done about it
 }
 
 static int create_file(const char *path, mode_t mode) {
@@ -84,11 +98,12 @@ static bool rename_over(const char *from, const char *path) {
            rename(from, path) == 0;
 }
 
-// Puts an empty file in the place of whatever lies at PATH: a link, a FIFO, a folder, another
-// user's file, or a script of ours that others may have kept open since it was writable for them.
-// It takes over the execute bits of a script of ours, whose pppd may be about to run it; and it
-// comes by rename, so that the name is never missing, nor free for somebody else to take.
-static int replace_script(const char *path) {
+// Puts a file of these BYTES in the place of whatever lies at PATH: a link, a FIFO, a folder,
+// another user's file, or a script of ours that others may have kept open since it was writable for
+// them. It takes over the execute bits of a script of ours, whose pppd may be about to run it; and
+// it comes by rename, so that the name is never missing, nor free for somebody else to take. On a
+// full disk it is empty.
+static int replace_script(const char *path, std::string_view bytes) {
     struct stat old;
     const bool ours = lstat(path, &old) == 0 && !is_foreign(old);
     const path_text fresh = name_beside(path, "new");
@@ -99,6 +114,7 @@ static int replace_script(const char *path) {
             unlink(path); // nobody is to run it in our script's place
         return -1;
     }
+    append_whole(file, bytes, 0);
     close(file);
     if (rename_over(fresh.c_str(), path))
         return 0;
@@ -107,63 +123,78 @@ static int replace_script(const char *path) {
 }
 
 int uplinkd_file_truncate(const char *path) {
-    return is_secrets_file(path) ? truncate_secrets(path) : replace_script(path);
+    return is_secrets_file(path) ? truncate_secrets(path) : replace_script(path, {});
 }
 
 // Opens the file at PATH to append, or creates it. What is not ours alone is refused: it cannot
-// hold the batch that has been written so far. Returns a descriptor, or -1.
-static int open_own(const char *path) {
-    int file = create_file(path, SCRIPT_MODE);
-    if (file >= 0)
-        return file;
-    file = open(path, OPEN_FLAGS | O_NOFOLLOW);
+// hold the batch that has been written so far. Returns a descriptor, or -1; STATUS receives what
+// the file is.
+static int open_own(const char *path, struct stat &status) {
+    int file = open(path, OPEN_FLAGS | O_NOFOLLOW);
+    if (file < 0 && errno == ENOENT)
+        file = create_file(path, SCRIPT_MODE);
     if (file < 0)
         return -1;
-    struct stat status;
     if (fstat(file, &status) == 0 && !is_foreign(status))
         return file;
     close(file);
     return -1;
 }
 
-// Appends all or, on a full disk, nothing: the beginning of a command is another command.
-static void append_whole(int file, const char *data, size_t length) {
-    struct stat before;
-    if (fstat(file, &before) != 0)
-        return;
-    const ssize_t written = write(file, data, length);
-    if (written >= 0 && static_cast<size_t>(written) < length &&
-        ftruncate(file, before.st_size) != 0)
-        return; // nothing more can be done about it
-}
-
-static int append(const char *path, const char *data, int length) {
-    const int file = is_secrets_file(path) ? open_secrets(path) : open_own(path);
+static int append(const char *path, std::string_view bytes) {
+    struct stat status;
+    const int file = is_secrets_file(path) ? open_secrets(path, status) : open_own(path, status);
     if (file < 0)
         return -1;
-    append_whole(file, data, static_cast<size_t>(length));
+    append_whole(file, bytes, status.st_size);
     close(file);
     return 0;
 }
 
-int uplinkd_file_append_line(const char *path, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    const int result = file_append_line_args(path, format, args);
-    va_end(args);
-    return result;
+namespace {
+
+struct line_text {
+    text<MAX_LINE_SIZE> chars;
+    size_t length = 0; // its newline included; 0 for a line that cannot be written
+
+    std::string_view bytes() const { return {chars.c_str(), length}; }
+};
+
+} // namespace
+
+[[gnu::format(printf, 1, 0)]] static line_text expand(const char *format, va_list args) {
+    line_text line;
+    const int length = vsnprintf(line.chars.data(), sizeof line.chars.chars, format, args);
+    // A cut command could mean anything, so it is not written at all.
+    if (length < 0 || length >= line.chars.size())
+        return line;
+    line.length = static_cast<size_t>(length) + 1;
+    line.chars.chars[length] = '\n'; // in place of the NUL
+    return line;
 }
 
-int file_append_line_args(const char *path, const char *format, va_list args) {
+int uplinkd_file_append_line(const char *path, const char *format, ...) {
     if (path == nullptr || format == nullptr)
         return -1;
-    text<MAX_LINE_SIZE> line;
-    const int length = vsnprintf(line.data(), sizeof line.chars, format, args);
-    // A cut command could mean anything, so it is not written at all.
-    if (length < 0 || length >= line.size())
-        return -1;
-    line.chars[length] = '\n'; // in place of the NUL
-    return append(path, line.c_str(), length + 1);
+    va_list args;
+    va_start(args, format);
+    const line_text line = expand(format, args);
+    va_end(args);
+    return line.length > 0 ? append(path, line.bytes()) : -1;
+}
+
+int write_script_args(const char *path, const char *format, va_list args) {
+    const line_text line = expand(format, args);
+    const int result = replace_script(path, line.bytes());
+    return line.length > 0 ? result : -1;
+}
+
+int write_script(const char *path, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int result = write_script_args(path, format, args);
+    va_end(args);
+    return result;
 }
 
 int uplinkd_script_execute(const char *path, const char *caller) {

@@ -59,10 +59,9 @@ int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx,
 }
 
 void write_client_script(const char *path, const char *script_template, ...) {
-    uplinkd_file_truncate(path);
     va_list args;
     va_start(args, script_template);
-    file_append_line_args(path, script_template, args);
+    write_script_args(path, script_template, args);
     va_end(args);
     uplinkd_file_append_line(TMP_SCRIPT, "chmod 777 %s >/dev/null 2>&1", path);
 }
