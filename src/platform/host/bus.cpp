@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <poll.h>
 #include <pthread.h>
 #include <span>
@@ -68,7 +69,7 @@ struct inbox_t {
     size_t first UPLINKD_GUARDED_BY(lock) = 0;
     size_t count UPLINKD_GUARDED_BY(lock) = 0;
     bool swollen UPLINKD_GUARDED_BY(lock) = false; // beyond QUIET_RECORDS
-    std::array<uplinkd_msg_t, HELD_RECORDS + 1> slots;
+    std::array<uplinkd_msg_t, HELD_RECORDS + 1> slots{};
 };
 inbox_t inbox;
 
@@ -81,7 +82,7 @@ registration_t registration;
 
 struct stuck_receivers_t {
     uplinkd_mutex lock;
-    std::array<int, KNOWN_RECEIVERS> app_ids UPLINKD_GUARDED_BY(lock);
+    std::array<int, KNOWN_RECEIVERS> app_ids UPLINKD_GUARDED_BY(lock){};
     size_t count UPLINKD_GUARDED_BY(lock) = 0;
 };
 stuck_receivers_t stuck;
@@ -150,14 +151,13 @@ const uplinkd_msg_t &wait_for_record() {
     return inbox.slots[inbox.first];
 }
 
-// Gives the memory of a burst that is over back to the kernel.
+// Gives the memory of a burst that is over back to the kernel, as far as whole pages go.
 void shrink_inbox() UPLINKD_REQUIRES(inbox.lock) {
-    const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto kept = reinterpret_cast<uintptr_t>(&inbox.slots[QUIET_RECORDS]);
-    const auto end = reinterpret_cast<uintptr_t>(&inbox.slots.back() + 1) / page * page;
-    const auto begin = (kept + page - 1) / page * page;
-    if (begin < end)
-        madvise(reinterpret_cast<void *>(begin), end - begin, MADV_DONTNEED);
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    void *begin = &inbox.slots[QUIET_RECORDS];
+    size_t room = sizeof inbox.slots - QUIET_RECORDS * sizeof inbox.slots[0];
+    if (std::align(page, page, begin, room) != nullptr)
+        madvise(begin, room / page * page, MADV_DONTNEED);
     inbox.swollen = false;
 }
 
