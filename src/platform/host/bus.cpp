@@ -22,7 +22,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <poll.h>
 #include <pthread.h>
 #include <span>
@@ -42,8 +41,9 @@ static_assert(std::endian::native == std::endian::little, "records are little-en
 
 namespace {
 
-// Records held while the handler works on one more.
-constexpr size_t HELD_RECORDS = 256;
+// Records held, the one included that the handler works on.
+constexpr size_t INBOX_SLOTS = 257;
+constexpr size_t INBOX_SIZE = INBOX_SLOTS * sizeof(uplinkd_msg_t);
 
 // A quiet bus keeps room for so many in memory.
 constexpr size_t QUIET_RECORDS = 4;
@@ -69,7 +69,7 @@ struct inbox_t {
     size_t first UPLINKD_GUARDED_BY(lock) = 0;
     size_t count UPLINKD_GUARDED_BY(lock) = 0;
     bool swollen UPLINKD_GUARDED_BY(lock) = false; // beyond QUIET_RECORDS
-    std::array<uplinkd_msg_t, HELD_RECORDS + 1> slots{};
+    uplinkd_msg_t *slots = nullptr;                // INBOX_SLOTS, mapped before there are threads
 };
 inbox_t inbox;
 
@@ -136,9 +136,9 @@ int sender_of(const sockaddr_un &address, socklen_t length) {
 
 void keep_record(const uplinkd_msg_t &record) {
     mutex_guard hold(inbox.lock);
-    while (inbox.count == inbox.slots.size())
+    while (inbox.count == INBOX_SLOTS)
         inbox.freed.wait(inbox.lock);
-    const size_t slot = (inbox.first + inbox.count++) % inbox.slots.size();
+    const size_t slot = (inbox.first + inbox.count++) % INBOX_SLOTS;
     inbox.slots[slot] = record;
     inbox.swollen |= slot >= QUIET_RECORDS;
     inbox.arrived.signal();
@@ -154,10 +154,9 @@ const uplinkd_msg_t &wait_for_record() {
 // Gives the memory of a burst that is over back to the kernel, as far as whole pages go.
 void shrink_inbox() UPLINKD_REQUIRES(inbox.lock) {
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    void *begin = &inbox.slots[QUIET_RECORDS];
-    size_t room = sizeof inbox.slots - QUIET_RECORDS * sizeof inbox.slots[0];
-    if (std::align(page, page, begin, room) != nullptr)
-        madvise(begin, room / page * page, MADV_DONTNEED);
+    const size_t kept = (QUIET_RECORDS * sizeof(uplinkd_msg_t) + page - 1) / page * page;
+    if (kept < INBOX_SIZE)
+        madvise(reinterpret_cast<char *>(inbox.slots) + kept, INBOX_SIZE - kept, MADV_DONTNEED);
     inbox.swollen = false;
 }
 
@@ -165,7 +164,7 @@ void shrink_inbox() UPLINKD_REQUIRES(inbox.lock) {
 void release_record() {
     mutex_guard hold(inbox.lock);
     inbox.count--;
-    inbox.first = inbox.count == 0 ? 0 : (inbox.first + 1) % inbox.slots.size();
+    inbox.first = inbox.count == 0 ? 0 : (inbox.first + 1) % INBOX_SLOTS;
     if (inbox.count == 0 && inbox.swollen)
         shrink_inbox();
     inbox.freed.signal();
@@ -244,8 +243,19 @@ bool claim(int socket, const sockaddr_un &address) {
     return bound && chmod(address.sun_path, 0666) == 0;
 }
 
+bool map_inbox() {
+    if (inbox.slots != nullptr)
+        return true;
+    void *room =
+        mmap(nullptr, INBOX_SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED)
+        return false;
+    inbox.slots = static_cast<uplinkd_msg_t *>(room);
+    return true;
+}
+
 bool register_application(int app_id, sockmsg_handler handler) UPLINKD_REQUIRES(registration.lock) {
-    if (!host::make_folders(host::BUS_FOLDER))
+    if (!map_inbox() || !host::make_folders(host::BUS_FOLDER))
         return false;
     host::descriptor socket{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
     if (socket < 0)

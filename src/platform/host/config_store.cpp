@@ -23,34 +23,36 @@
 
 namespace {
 
-// What a value is read into, piece by piece; restart() begins a line that counts more.
-struct value_text {
-    void restart() { length = 0; }
-    void add(std::string_view bytes) {
-        const size_t taken = std::min(bytes.size(), buffer.size() - 1 - length);
-        memcpy(buffer.data() + length, bytes.data(), taken);
-        length += taken;
+// What a value is read into, piece by piece: a text, and the number at its start.
+struct value {
+    // Begins a line that counts more.
+    void restart() {
+        length = 0;
+        at = part::blanks;
+        has_number = false;
+        sign = 1;
+        magnitude = 0;
     }
-
-    std::span<char> buffer; // with room for the final NUL
-    size_t length = 0;
-};
-
-struct value_number {
-    void restart() { *this = {}; }
     void add(std::string_view bytes) {
+        const size_t taken = std::min(bytes.size(), buffer.size() - length);
+        std::copy_n(bytes.data(), taken, buffer.data() + length);
+        length += taken;
         for (const char byte : bytes) {
-            if (at != part::rest && byte >= '0' && byte <= '9') {
-                at = part::digits;
-                found = true;
-                magnitude = std::min(magnitude * 10 + (byte - '0'), BEYOND_INT);
-            } else if (at == part::blanks && (byte == '+' || byte == '-')) {
-                at = part::digits;
-                sign = byte == '-' ? -1 : 1;
-            } else if (at != part::blanks || BLANKS.find(byte) == BLANKS.npos) {
-                at = part::rest;
+            if (at == part::rest)
                 return;
-            }
+            add_to_number(byte);
+        }
+    }
+    void add_to_number(char byte) {
+        if (byte >= '0' && byte <= '9') {
+            at = part::digits;
+            has_number = true;
+            magnitude = std::min(magnitude * 10 + (byte - '0'), BEYOND_INT);
+        } else if (at == part::blanks && (byte == '+' || byte == '-')) {
+            at = part::digits;
+            sign = byte == '-' ? -1 : 1;
+        } else if (at != part::blanks || BLANKS.find(byte) == BLANKS.npos) {
+            at = part::rest;
         }
     }
     int number() const {
@@ -59,13 +61,17 @@ struct value_number {
 
     static constexpr int64_t BEYOND_INT = int64_t{INT_MAX} + 1;
     static constexpr std::string_view BLANKS = " \t\v\f\r";
+
+    std::span<char> buffer; // without room for a final NUL; may be empty
+    size_t length = 0;
+
     enum class part { blanks, digits, rest } at = part::blanks;
-    bool found = false;
+    bool has_number = false;
     int sign = 1;
     int64_t magnitude = 0;
 };
 
-template <typename destination> struct scan {
+struct scan {
     // Takes what is left of the key and its '=' off BYTES, the line's next ones.
     void take_key(std::string_view &bytes) {
         const std::string_view wanted = key.substr(matched, bytes.size());
@@ -81,7 +87,7 @@ template <typename destination> struct scan {
         bytes.remove_prefix(1);
         if (at == line_part::value) {
             found = true;
-            value.restart();
+            found_value.restart();
         }
     }
 
@@ -89,7 +95,7 @@ template <typename destination> struct scan {
         if (at == line_part::key)
             take_key(bytes);
         if (at == line_part::value)
-            value.add(bytes);
+            found_value.add(bytes);
     }
 
     // Takes lines that each have their newline before them; a line of the key may be among them.
@@ -101,8 +107,8 @@ template <typename destination> struct scan {
             if (!at_line_start || !bytes.starts_with('='))
                 continue;
             found = true;
-            value.restart();
-            value.add(bytes.substr(1, bytes.find('\n') - 1));
+            found_value.restart();
+            found_value.add(bytes.substr(1, bytes.find('\n') - 1));
         }
     }
 
@@ -120,7 +126,7 @@ template <typename destination> struct scan {
     }
 
     std::string_view key;
-    destination &value;
+    value &found_value;
     bool found = false;
 
     enum class line_part { key, value, rest } at = line_part::key;
@@ -135,8 +141,8 @@ bool is_regular(int file) {
     return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// Reads the value of KEY into VALUE; false where there is none.
-template <typename destination> bool read_setting(const char *key, destination &value) {
+// Reads the value of KEY; false where there is none.
+bool read_setting(const char *key, value &into) {
     if (key == nullptr || !host::is_setting_key(key)) {
         errno = EINVAL;
         return false;
@@ -145,7 +151,7 @@ template <typename destination> bool read_setting(const char *key, destination &
         open(host::SETTINGS_FILE, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
     if (file < 0)
         return false;
-    scan<destination> lines{.key = key, .value = value};
+    scan lines{.key = key, .found_value = into};
     std::array<char, READ_SIZE> bytes;
     for (off_t at = 0;;) {
         const ssize_t length = pread(file, bytes.data(), bytes.size(), at); // from files alone
@@ -168,16 +174,16 @@ int cfg_get_item(const char *key, char *buffer, int size) {
     if (buffer == nullptr || size <= 0)
         return -1;
     memset(buffer, 0, static_cast<size_t>(size));
-    value_text value{.buffer = {buffer, static_cast<size_t>(size)}};
-    const bool found = read_setting(key, value);
-    buffer[found ? value.length : 0] = '\0';
+    value text{.buffer = {buffer, static_cast<size_t>(size - 1)}};
+    const bool found = read_setting(key, text);
+    buffer[found ? text.length : 0] = '\0';
     return found ? 0 : -1;
 }
 
 bool host::read_setting_number(const char *key, int &number) {
-    value_number value;
-    const bool found = read_setting(key, value) && value.found;
-    number = found ? value.number() : 0;
+    value text{.buffer = {}};
+    const bool found = read_setting(key, text) && text.has_number;
+    number = found ? text.number() : 0;
     return found;
 }
 
