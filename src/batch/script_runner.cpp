@@ -68,10 +68,14 @@ static int truncate_secrets(const char *path) {
 
 // Appends all or, on a full disk, nothing: the beginning of a command is another command. SIZE is
 // what the file has so far.
-static void append_whole(int file, std::string_view bytes, off_t size) {
+static bool append_whole(int file, std::string_view bytes, off_t size) {
+    if (bytes.empty())
+        return true;
     const ssize_t written = write(file, bytes.data(), bytes.size());
-    if (written >= 0 && static_cast<size_t>(written) < bytes.size() && ftruncate(file, size) != 0)
-        return; // nothing more can be done about it
+    if (written == static_cast<ssize_t>(bytes.size()))
+        return true;
+    [[maybe_unused]] const int undone = written > 0 ? ftruncate(file, size) : 0;
+    return false;
 }
 
 static int create_file(const char *path, mode_t mode) {
@@ -102,7 +106,7 @@ static bool rename_over(const char *from, const char *path) {
 // another user's file, or a script of ours that others may have kept open since it was writable for
 // them. It takes over the execute bits of a script of ours, whose pppd may be about to run it; and
 // it comes by rename, so that the name is never missing, nor free for somebody else to take. On a
-// full disk it is empty.
+// full disk it is empty, which counts as a failure.
 static int replace_script(const char *path, std::string_view bytes) {
     struct stat old;
     const bool ours = lstat(path, &old) == 0 && !is_foreign(old);
@@ -114,10 +118,10 @@ static int replace_script(const char *path, std::string_view bytes) {
             unlink(path); // nobody is to run it in our script's place
         return -1;
     }
-    append_whole(file, bytes, 0);
+    const bool whole = append_whole(file, bytes, 0);
     close(file);
     if (rename_over(fresh.c_str(), path))
-        return 0;
+        return whole ? 0 : -1;
     unlink(fresh.c_str());
     return -1;
 }
@@ -185,8 +189,11 @@ int uplinkd_file_append_line(const char *path, const char *format, ...) {
 
 int write_script_args(const char *path, const char *format, va_list args) {
     const line_text line = expand(format, args);
-    const int result = replace_script(path, line.bytes());
-    return line.length > 0 ? result : -1;
+    const bool replaced = replace_script(path, line.bytes()) == 0;
+    if (line.length == 0)
+        return -1;
+    // On a full disk there may be room where the old script was.
+    return replaced ? 0 : append(path, line.bytes());
 }
 
 int write_script(const char *path, const char *format, ...) {
