@@ -36,6 +36,11 @@ static constexpr mode_t MODE_BITS = 07777;
 // O_NONBLOCK, because a planted FIFO must not hold us up.
 static constexpr int OPEN_FLAGS = O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC;
 
+// By openat, because in musl open makes a second system call of O_CLOEXEC.
+static int open_to_append(const char *path, int more_flags, mode_t mode = 0) {
+    return openat(AT_FDCWD, path, OPEN_FLAGS | more_flags, mode);
+}
+
 // Only root can put anything there, so a link, to a RAM disk for example, is root's own wish. It
 // has to lead to where only root can put anything, too.
 static bool is_secrets_file(const char *path) {
@@ -45,7 +50,7 @@ static bool is_secrets_file(const char *path) {
 // STATUS receives what the file is. A mode that is right stays untouched: the flash has enough to
 // do.
 static int open_secrets(const char *path, struct stat &status) {
-    const int file = open(path, OPEN_FLAGS | O_CREAT, SECRETS_MODE);
+    const int file = open_to_append(path, O_CREAT, SECRETS_MODE);
     if (file < 0)
         return -1;
     if (fstat(file, &status) == 0 && !is_foreign(status) &&
@@ -79,7 +84,7 @@ static bool append_whole(int file, std::string_view bytes, off_t size) {
 }
 
 static int create_file(const char *path, mode_t mode) {
-    return open(path, OPEN_FLAGS | O_CREAT | O_EXCL, mode);
+    return open_to_append(path, O_CREAT | O_EXCL, mode);
 }
 
 using path_text = text<128>;
@@ -134,7 +139,7 @@ int uplinkd_file_truncate(const char *path) {
 // hold the batch that has been written so far. Returns a descriptor, or -1; STATUS receives what
 // the file is.
 static int open_own(const char *path, struct stat &status) {
-    int file = open(path, OPEN_FLAGS | O_NOFOLLOW);
+    int file = open_to_append(path, O_NOFOLLOW);
     if (file < 0 && errno == ENOENT)
         file = create_file(path, SCRIPT_MODE);
     if (file < 0)
