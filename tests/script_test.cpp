@@ -100,6 +100,9 @@ TEST(script_runner, leaves_secrets_alone_that_are_empty_already) {
         EXPECT_EQ(status.st_ctim.tv_nsec == changed.tv_nsec, mode == 0600);
         EXPECT_EQ(status.st_mode & 07777, 0600u);
     }
+    EXPECT_EQ(uplinkd_file_append_line(SECRETS, "user * secret"), 0);
+    EXPECT_EQ(uplinkd_file_truncate(SECRETS), 0);
+    EXPECT_EQ(file_text(SECRETS), "");
 }
 
 TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
@@ -112,6 +115,8 @@ TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
     fs::create_hard_link("/tmp/ram_disk", "/tmp/somebody_elses_too");
     EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), -1);
     EXPECT_EQ(file_text("/tmp/ram_disk"), "new\n");
+    fs::resize_file("/tmp/ram_disk", 0);
+    EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), -1);
 }
 
 static std::string through_shell(const std::string &command) {

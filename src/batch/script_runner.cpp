@@ -47,6 +47,10 @@ static bool is_secrets_file(const char *path) {
     return strncmp(path, SECRETS_FOLDER, strlen(SECRETS_FOLDER)) == 0;
 }
 
+static bool is_private(const struct stat &file) {
+    return (file.st_mode & MODE_BITS) == SECRETS_MODE;
+}
+
 // STATUS receives what the file is. A mode that is right stays untouched: the flash has enough to
 // do.
 static int open_secrets(const char *path, struct stat &status) {
@@ -54,15 +58,18 @@ static int open_secrets(const char *path, struct stat &status) {
     if (file < 0)
         return -1;
     if (fstat(file, &status) == 0 && !is_foreign(status) &&
-        ((status.st_mode & MODE_BITS) == SECRETS_MODE || fchmod(file, SECRETS_MODE) == 0))
+        (is_private(status) || fchmod(file, SECRETS_MODE) == 0))
         return file;
     close(file);
     return -1;
 }
 
-// What is empty is not emptied again, for the same reason.
+// What is as it should be is only looked at.
 static int truncate_secrets(const char *path) {
     struct stat status;
+    if (stat(path, &status) == 0 && !is_foreign(status) && is_private(status) &&
+        status.st_size == 0)
+        return 0;
     const int file = open_secrets(path, status);
     if (file < 0)
         return -1;
