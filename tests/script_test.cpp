@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,6 +22,17 @@ TEST(script_runner, writes_whole_lines_or_nothing) {
     EXPECT_EQ(file_text(FILE_PATH), "new\n");
     EXPECT_EQ(write_script(FILE_PATH, "%sx", longest.c_str()), -1);
     EXPECT_EQ(file_text(FILE_PATH), "");
+}
+
+// There is room for one page: no line is cut, and a script takes the place of the one before it.
+TEST(script_runner, makes_do_with_what_a_full_disk_has) {
+    ASSERT_EQ(mount("tmpfs", "/tmp", "tmpfs", 0, "size=4k"), 0);
+    EXPECT_EQ(uplinkd_file_append_line(FILE_PATH, "%s", std::string(4000, 'x').c_str()), 0);
+    uplinkd_file_append_line(FILE_PATH, "rm -r /tmp/%s", std::string(90, 'y').c_str());
+    EXPECT_EQ(file_text(FILE_PATH), std::string(4000, 'x') + "\n");
+    EXPECT_EQ(write_script(FILE_PATH, "new"), 0);
+    EXPECT_EQ(file_text(FILE_PATH), "new\n");
+    umount2("/tmp", MNT_DETACH);
 }
 
 // What another user can put in the way: nothing of his is written, and nobody waits for him.
@@ -88,6 +100,9 @@ TEST(script_runner, leaves_secrets_alone_that_are_empty_already) {
         EXPECT_EQ(status.st_ctim.tv_nsec == changed.tv_nsec, mode == 0600);
         EXPECT_EQ(status.st_mode & 07777, 0600u);
     }
+    EXPECT_EQ(uplinkd_file_append_line(SECRETS, "user * secret"), 0);
+    EXPECT_EQ(uplinkd_file_truncate(SECRETS), 0);
+    EXPECT_EQ(file_text(SECRETS), "");
 }
 
 TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
@@ -100,6 +115,8 @@ TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
     fs::create_hard_link("/tmp/ram_disk", "/tmp/somebody_elses_too");
     EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), -1);
     EXPECT_EQ(file_text("/tmp/ram_disk"), "new\n");
+    fs::resize_file("/tmp/ram_disk", 0);
+    EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), -1);
 }
 
 static std::string through_shell(const std::string &command) {

@@ -36,28 +36,40 @@ static constexpr mode_t MODE_BITS = 07777;
 // O_NONBLOCK, because a planted FIFO must not hold us up.
 static constexpr int OPEN_FLAGS = O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC;
 
+// By openat, because in musl open makes a second system call of O_CLOEXEC.
+static int open_to_append(const char *path, int more_flags, mode_t mode = 0) {
+    return openat(AT_FDCWD, path, OPEN_FLAGS | more_flags, mode);
+}
+
 // Only root can put anything there, so a link, to a RAM disk for example, is root's own wish. It
 // has to lead to where only root can put anything, too.
 static bool is_secrets_file(const char *path) {
     return strncmp(path, SECRETS_FOLDER, strlen(SECRETS_FOLDER)) == 0;
 }
 
+static bool is_private(const struct stat &file) {
+    return (file.st_mode & MODE_BITS) == SECRETS_MODE;
+}
+
 // STATUS receives what the file is. A mode that is right stays untouched: the flash has enough to
 // do.
 static int open_secrets(const char *path, struct stat &status) {
-    const int file = open(path, OPEN_FLAGS | O_CREAT, SECRETS_MODE);
+    const int file = open_to_append(path, O_CREAT, SECRETS_MODE);
     if (file < 0)
         return -1;
     if (fstat(file, &status) == 0 && !is_foreign(status) &&
-        ((status.st_mode & MODE_BITS) == SECRETS_MODE || fchmod(file, SECRETS_MODE) == 0))
+        (is_private(status) || fchmod(file, SECRETS_MODE) == 0))
         return file;
     close(file);
     return -1;
 }
 
-// What is empty is not emptied again, for the same reason.
+// What is as it should be is only looked at.
 static int truncate_secrets(const char *path) {
     struct stat status;
+    if (stat(path, &status) == 0 && !is_foreign(status) && is_private(status) &&
+        status.st_size == 0)
+        return 0;
     const int file = open_secrets(path, status);
     if (file < 0)
         return -1;
@@ -68,14 +80,18 @@ static int truncate_secrets(const char *path) {
 
 // Appends all or, on a full disk, nothing: the beginning of a command is another command. SIZE is
 // what the file has so far.
-static void append_whole(int file, std::string_view bytes, off_t size) {
+static bool append_whole(int file, std::string_view bytes, off_t size) {
+    if (bytes.empty())
+        return true;
     const ssize_t written = write(file, bytes.data(), bytes.size());
-    if (written >= 0 && static_cast<size_t>(written) < bytes.size() && ftruncate(file, size) != 0)
-        return; // nothing more can be done about it
+    if (written == static_cast<ssize_t>(bytes.size()))
+        return true;
+    [[maybe_unused]] const int undone = written > 0 ? ftruncate(file, size) : 0;
+    return false;
 }
 
 static int create_file(const char *path, mode_t mode) {
-    return open(path, OPEN_FLAGS | O_CREAT | O_EXCL, mode);
+    return open_to_append(path, O_CREAT | O_EXCL, mode);
 }
 
 using path_text = text<128>;
@@ -102,7 +118,7 @@ static bool rename_over(const char *from, const char *path) {
 // another user's file, or a script of ours that others may have kept open since it was writable for
 // them. It takes over the execute bits of a script of ours, whose pppd may be about to run it; and
 // it comes by rename, so that the name is never missing, nor free for somebody else to take. On a
-// full disk it is empty.
+// full disk it is empty, which counts as a failure.
 static int replace_script(const char *path, std::string_view bytes) {
     struct stat old;
     const bool ours = lstat(path, &old) == 0 && !is_foreign(old);
@@ -114,10 +130,10 @@ static int replace_script(const char *path, std::string_view bytes) {
             unlink(path); // nobody is to run it in our script's place
         return -1;
     }
-    append_whole(file, bytes, 0);
+    const bool whole = append_whole(file, bytes, 0);
     close(file);
     if (rename_over(fresh.c_str(), path))
-        return 0;
+        return whole ? 0 : -1;
     unlink(fresh.c_str());
     return -1;
 }
@@ -130,7 +146,7 @@ int uplinkd_file_truncate(const char *path) {
 // hold the batch that has been written so far. Returns a descriptor, or -1; STATUS receives what
 // the file is.
 static int open_own(const char *path, struct stat &status) {
-    int file = open(path, OPEN_FLAGS | O_NOFOLLOW);
+    int file = open_to_append(path, O_NOFOLLOW);
     if (file < 0 && errno == ENOENT)
         file = create_file(path, SCRIPT_MODE);
     if (file < 0)
@@ -185,8 +201,11 @@ int uplinkd_file_append_line(const char *path, const char *format, ...) {
 
 int write_script_args(const char *path, const char *format, va_list args) {
     const line_text line = expand(format, args);
-    const int result = replace_script(path, line.bytes());
-    return line.length > 0 ? result : -1;
+    const bool replaced = replace_script(path, line.bytes()) == 0;
+    if (line.length == 0)
+        return -1;
+    // On a full disk there may be room where the old script was.
+    return replaced ? 0 : append(path, line.bytes());
 }
 
 int write_script(const char *path, const char *format, ...) {
