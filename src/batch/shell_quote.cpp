@@ -1,6 +1,5 @@
 #include "batch/shell_quote.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -81,9 +80,11 @@ static bool is_control(char c) {
 }
 
 const char *fault_of_ppp_user(const char *value) {
-    const std::string_view name = value;
-    return std::any_of(name.begin(), name.end(), is_control) ? "a control character in it"
-                                                             : nullptr;
+    for (const char c : std::string_view(value)) {
+        if (is_control(c))
+            return "a control character in it";
+    }
+    return nullptr;
 }
 
 const char *fault_of_ppp_password(const char *value) {

@@ -14,11 +14,10 @@
 // has a lock of its own.
 #include "platform/bus.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <bit>
-#include <charconv>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -113,11 +112,10 @@ const sockaddr *generic(const sockaddr_un &address) {
 
 // The application that an endpoint of this name belongs to, 0 if NAME is none.
 int app_id_of(std::string_view name) {
-    int app_id = 0;
-    const char *const end = name.data() + name.size();
-    const auto [stop, error] = std::from_chars(name.data(), end, app_id);
-    const bool is_number = error == std::errc{} && stop == end && name[0] != '0' && app_id > 0;
-    return is_number ? app_id : 0;
+    unsigned app_id = 0;
+    const bool is_number = !name.starts_with('0') && host::take_number(name, app_id) &&
+                           name.empty() && app_id <= INT_MAX;
+    return is_number ? static_cast<int>(app_id) : 0;
 }
 
 int sender_of(const sockaddr_un &address, socklen_t length) {
@@ -285,9 +283,10 @@ bool register_application(int app_id, sockmsg_handler handler) UPLINKD_REQUIRES(
 // ---- sending
 
 size_t stuck_index(int app_id) UPLINKD_REQUIRES(stuck.lock) {
-    const auto end = stuck.app_ids.begin() + stuck.count;
-    return static_cast<size_t>(std::find(stuck.app_ids.begin(), end, app_id) -
-                               stuck.app_ids.begin());
+    size_t index = 0;
+    while (index < stuck.count && stuck.app_ids[index] != app_id)
+        index++;
+    return index;
 }
 
 bool deserves_patience(int app_id) {

@@ -3,7 +3,7 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
+#include <cstdio>
 #include <cstring>
 
 #include "platform/host/places.h"
@@ -14,8 +14,8 @@ namespace {
 host::value_folder items{.path = host::ITEM_FOLDER};
 
 std::array<char, 12> item_name(int id) {
-    std::array<char, 12> name{};
-    std::to_chars(name.data(), name.data() + name.size() - 1, id);
+    std::array<char, 12> name;
+    snprintf(name.data(), name.size(), "%d", id);
     return name;
 }
 

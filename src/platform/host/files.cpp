@@ -123,6 +123,19 @@ bool lock_within(int fd, int milliseconds) {
     }
 }
 
+bool take_number(std::string_view &text, unsigned &number) {
+    uint64_t value = 0;
+    size_t digits = 0;
+    for (; digits < text.size() && text[digits] >= '0' && text[digits] <= '9'; digits++) {
+        value = value * 10 + static_cast<unsigned>(text[digits] - '0');
+        if (value > UINT32_MAX)
+            return false;
+    }
+    text.remove_prefix(digits);
+    number = static_cast<unsigned>(value);
+    return digits > 0;
+}
+
 const char *next_name(name_reader &reader) {
     if (reader.at >= reader.filled) {
         reader.at = 0;

@@ -56,6 +56,10 @@ bool copy_rest(int from, int to);
 // holder stops nobody else for ever.
 bool lock_within(int fd, int milliseconds);
 
+// Takes the decimal number at the start of TEXT off it; false where there is none of 32 bits. (The
+// C++ library's own brings tables along.)
+bool take_number(std::string_view &text, unsigned &number);
+
 // The names in the open folder FD one by one, nullptr at the end; opendir would allocate.
 struct name_reader {
     explicit name_reader(int folder) : fd(folder) {}

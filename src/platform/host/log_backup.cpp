@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -27,8 +26,7 @@ constexpr char UNFINISHED[] = ".new";
 // The number at the start of a back-up's name, 0 for any other file.
 unsigned backup_number(std::string_view name) {
     unsigned number = 0;
-    const auto [stop, error] = std::from_chars(name.data(), name.data() + name.size(), number);
-    return error == std::errc{} && std::string_view{stop}.starts_with("-uplinkd-") ? number : 0;
+    return host::take_number(name, number) && name.starts_with("-uplinkd-") ? number : 0;
 }
 
 unsigned newest_backup(int folder) {

@@ -1,6 +1,6 @@
 #include "platform/host/value_file.h"
 
-#include <charconv>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -26,22 +26,16 @@ path_text own_spare_file(const char *folder) {
     return join_path(folder, name);
 }
 
-template <typename number> bool take_number(std::string_view &text, number &value) {
-    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    text.remove_prefix(static_cast<size_t>(stop - text.data()));
-    return error == std::errc{};
-}
-
 // Whether NAME is that of a spare file whose writer, of our namespace, is no more.
 bool is_left_behind(std::string_view name) {
-    unsigned pid_namespace = 0;
-    pid_t writer = 0;
+    unsigned pid_namespace = 0, writer = 0;
     if (!name.starts_with(SPARE_PREFIX))
         return false;
     name.remove_prefix(SPARE_PREFIX.size());
     return take_number(name, pid_namespace) && pid_namespace == own_pid_namespace() &&
            name.starts_with('-') && (name.remove_prefix(1), take_number(name, writer)) &&
-           name.empty() && writer > 0 && kill(writer, 0) != 0 && errno == ESRCH;
+           name.empty() && writer > 0 && writer <= INT_MAX &&
+           kill(static_cast<pid_t>(writer), 0) != 0 && errno == ESRCH;
 }
 
 void remove_what_was_left_behind(const char *path) {
