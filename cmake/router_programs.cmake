@@ -8,8 +8,8 @@ target_link_libraries(uplinkd_embedded INTERFACE uplinkd_warnings Threads::Threa
 target_compile_definitions(uplinkd_embedded INTERFACE
   _GNU_SOURCE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_options(uplinkd_embedded INTERFACE
-  -fno-exceptions -fno-rtti -fno-threadsafe-statics -ffunction-sections -fdata-sections)
-target_link_options(uplinkd_router_program INTERFACE -Wl,--gc-sections,--as-needed)
+  -fno-exceptions -fno-rtti -fno-threadsafe-statics)
+target_link_options(uplinkd_router_program INTERFACE -Wl,--as-needed)
 
 # Hardening. A toolchain may set _FORTIFY_SOURCE itself, to less; without optimisation it does nothing.
 target_compile_options(uplinkd_embedded INTERFACE -fPIE -fstack-protector-strong)
