@@ -4,10 +4,9 @@
 
 #include <features.h>
 
-#define __GLIBC_PREREQ(major, minor)             0
-#define _GLIBCXX_GTHREAD_USE_WEAK                0 // all of POSIX threads is in the C library
-#define __locale_t                               locale_t
-#define _GLIBCXX_NO_OBSOLETE_ISINF_ISNAN_DYNAMIC 1
+#define __GLIBC_PREREQ(major, minor) 0
+#define _GLIBCXX_GTHREAD_USE_WEAK    0 // all of POSIX threads is in the C library
+#define __locale_t                   locale_t
 
 // Classes of characters, by glibc's bits (<bits/ctype_base.h>).
 enum {

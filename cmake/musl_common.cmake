@@ -1,6 +1,7 @@
 # What the musl builds share: Debian's g++ for glibc, its libstdc++ headers before those of musl-dev, whose
 # start files, C library and loader are linked. The including file names the compiler's PREFIX and the
 # folder `musl_root` below which musl-dev is unpacked.
+set(UPLINKD_MUSL ON)
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${musl_compiler_prefix}gcc)
 set(CMAKE_CXX_COMPILER ${musl_compiler_prefix}g++)
