@@ -6,6 +6,7 @@
 #include <link.h>
 #include <locale.h>
 #include <pthread.h>
+#include <sys/auxv.h>
 
 namespace {
 
@@ -99,6 +100,10 @@ int __cxa_thread_atexit_impl(void (*destroy)(void *), void *object, void *) {
     }();
     void *const others = pthread_getspecific(key);
     return pthread_setspecific(key, new doomed{destroy, object, static_cast<doomed *>(others)});
+}
+
+unsigned long __getauxval(unsigned long type) {
+    return getauxval(type);
 }
 
 unsigned long __isoc23_strtoul(const char *text, char **end, int base) {
