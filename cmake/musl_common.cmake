@@ -25,6 +25,12 @@ set(CMAKE_C_FLAGS_INIT "${c_flags} ${musl_flags}")
 set(CMAKE_CXX_FLAGS_INIT
   "-isystem ${cxx_headers} ${c_flags} -include ${CMAKE_CURRENT_LIST_DIR}/musl.h ${musl_flags}")
 
-set(link_flags "-B${libc}/ -Wl,-dynamic-linker,/lib/ld-musl-${CMAKE_SYSTEM_PROCESSOR}.so.1")
-set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags} ${musl_link_flags}")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "${link_flags}")
+# Start files and the C library are looked for there first.
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -B${libc}/)
+set(CMAKE_MODULE_LINKER_FLAGS_INIT -B${libc}/)
+if(UPLINKD_STATIC)
+  set(musl_kind -static-pie)
+else()
+  set(musl_kind -Wl,-dynamic-linker,/lib/ld-musl-${CMAKE_SYSTEM_PROCESSOR}.so.1)
+endif()
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-B${libc}/ ${musl_kind} ${musl_link_flags}")

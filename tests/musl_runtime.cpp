@@ -83,8 +83,14 @@ locale_t __wrap___newlocale(int, const char *, locale_t) {
     return reinterpret_cast<locale_t>(&c);
 }
 
-size_t __strftime_l(char *text, size_t size, const char *form, const tm *time, locale_t locale) {
+// These two musl has for itself, where it is linked statically.
+__attribute__((weak)) size_t __strftime_l(char *text, size_t size, const char *form, const tm *time,
+                                          locale_t locale) {
     return strftime_l(text, size, form, time, locale);
+}
+
+__attribute__((weak)) unsigned long __getauxval(unsigned long type) {
+    return getauxval(type);
 }
 
 int _dl_find_object(void *address, unwinding *found) {
@@ -100,10 +106,6 @@ int __cxa_thread_atexit_impl(void (*destroy)(void *), void *object, void *) {
     }();
     void *const others = pthread_getspecific(key);
     return pthread_setspecific(key, new doomed{destroy, object, static_cast<doomed *>(others)});
-}
-
-unsigned long __getauxval(unsigned long type) {
-    return getauxval(type);
 }
 
 unsigned long __isoc23_strtoul(const char *text, char **end, int base) {
