@@ -9,4 +9,4 @@ set(musl_flags -mno-outline-atomics)
 set(musl_link_flags -Wl,-z,max-page-size=4096)
 include(${CMAKE_CURRENT_LIST_DIR}/musl_common.cmake)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR env QEMU_LD_PREFIX=${musl_root} ${CMAKE_CURRENT_LIST_DIR}/run_aarch64)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run_emulated aarch64 ${musl_root})

@@ -1,6 +1,7 @@
 // What Debian's libstdc++ and libgcc, built for glibc, ask of the C library, on musl. Only tests
 // need these libraries.
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <link.h>
@@ -83,7 +84,17 @@ locale_t __wrap___newlocale(int, const char *, locale_t) {
     return reinterpret_cast<locale_t>(&c);
 }
 
-// These two musl has for itself, where it is linked statically.
+// These some versions of musl have, or have for themselves where they are linked statically.
+#undef fseeko64
+#undef ftello64
+__attribute__((weak)) int fseeko64(FILE *file, off_t offset, int whence) {
+    return fseeko(file, offset, whence);
+}
+
+__attribute__((weak)) off_t ftello64(FILE *file) {
+    return ftello(file);
+}
+
 __attribute__((weak)) size_t __strftime_l(char *text, size_t size, const char *form, const tm *time,
                                           locale_t locale) {
     return strftime_l(text, size, form, time, locale);
