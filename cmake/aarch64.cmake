@@ -14,4 +14,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # kernel with larger pages than these would refuse the programs.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -Wl,-z,max-page-size=4096)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run_aarch64)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run_emulated aarch64 /usr/aarch64-linux-gnu)

@@ -14,7 +14,7 @@ target_link_options(uplinkd_router_program INTERFACE -Wl,--as-needed)
 # Hardening. A toolchain may set _FORTIFY_SOURCE itself, to less; without optimisation it does nothing.
 target_compile_options(uplinkd_embedded INTERFACE -fPIE -fstack-protector-strong)
 target_link_options(uplinkd_router_program INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
-if(NOT CMAKE_EXE_LINKER_FLAGS MATCHES "-static-pie")
+if(NOT UPLINKD_STATIC) # that has -static-pie
   target_link_options(uplinkd_router_program INTERFACE -pie)
 endif()
 

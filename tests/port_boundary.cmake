@@ -19,6 +19,7 @@ file(REMOVE_RECURSE ${build})
 function(configure result libraries)
   execute_process(OUTPUT_QUIET ERROR_VARIABLE error RESULT_VARIABLE status COMMAND ${CMAKE_COMMAND}
     -S ${source} -B ${build} -G ${generator}
+    -D CMAKE_TOOLCHAIN_FILE=${toolchain}
     -D CMAKE_CXX_COMPILER=${compiler} -D CMAKE_CXX_FLAGS=${flags}
     -D CMAKE_DISABLE_FIND_PACKAGE_GTest=ON -D UPLINKD_TOOLS=ON
     -D "UPLINKD_PLATFORM_LIBRARIES=${libraries}")
@@ -32,8 +33,12 @@ foreach(missing /nowhere/liba.a nosuchlibrary lib/libb.so)
   endif()
 endforeach()
 
-# The daemon holds the function itself, or needs it of a shared library.
+# The daemon holds the function itself, or needs it of a shared library. Where the compiler has no C++
+# runtime library for the C library, there is no layer that needs one (`memory` is empty).
 foreach(kind memory static shared)
+  if(NOT ${kind})
+    continue()
+  endif()
   configure(result ${${kind}})
   if(NOT result MATCHES "^0")
     message(FATAL_ERROR "${kind}: ${result}")

@@ -58,7 +58,7 @@ foreach(program IN LISTS programs)
   endforeach()
 endforeach()
 
-if(release)
+if(release AND NOT static)
   execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${strip} -o ${daemon}.stripped ${daemon})
   file(SIZE ${daemon}.stripped size)
   file(REMOVE ${daemon}.stripped)

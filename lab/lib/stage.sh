@@ -12,6 +12,7 @@ mount -t tmpfs -o mode=755 tmpfs /run
 mkdir -p /run/lab/{scenarios,tools}
 cp -R /proc/self/fd/3/{lib,router} /run/lab/
 for tool in $tools; do cp "/proc/self/fd/4/$tool" /run/lab/tools/; done
+[ ! -e /proc/self/fd/4/fast_sleep.so ] || cp /proc/self/fd/4/fast_sleep.so /run/lab/tools/
 cat /proc/self/fd/5/{wan/items,base/messages}.h >/run/lab/constants.h
 cp /proc/self/fd/7 "/run/lab/scenarios/$scenario"
 printf '%q\n' "$@" >/run/lab/play

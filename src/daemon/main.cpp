@@ -13,7 +13,7 @@
 static constexpr unsigned IDLE_PERIOD_SECONDS = 5;
 
 int main(int argc, char **argv) {
-    for (int option; (option = getopt(argc, argv, "D")) != -1;) {
+    for (int option; (option = getopt(argc, argv, "-D")) != -1;) { // `-`: wherever it stands
         if (option == 'D')
             uplinkd_debug_mode = 1;
     }

@@ -46,7 +46,7 @@ bool is_empty(const char *text) {
     return text == nullptr || text[0] == '\0';
 }
 
-bool ask_interface(const char *ifname, unsigned long question, ifreq &answer) {
+bool ask_interface(const char *ifname, unsigned question, ifreq &answer) {
     answer = {};
     const size_t length = ifname == nullptr ? 0 : strnlen(ifname, IFNAMSIZ);
     if (length == 0 || length >= IFNAMSIZ)
@@ -56,7 +56,7 @@ bool ask_interface(const char *ifname, unsigned long question, ifreq &answer) {
     return asker >= 0 && ioctl(asker, question, &answer) == 0;
 }
 
-int ask_for_ipv4(const char *ifname, unsigned long question, char *buffer) {
+int ask_for_ipv4(const char *ifname, unsigned question, char *buffer) {
     if (buffer == nullptr)
         return -1;
     memset(buffer, 0, IPV4_TEXT_SIZE);
