@@ -16,6 +16,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <span>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -136,41 +137,44 @@ void log_to_system(std::string_view line) UPLINKD_REQUIRES(ends.lock) {
 }
 
 struct line_text {
+    // Starts over with a heading.
+    [[gnu::format(printf, 2, 3)]] void begin(const char *format, ...) {
+        va_list arguments;
+        va_start(arguments, format);
+        length = static_cast<size_t>(vsnprintf(bytes.data(), bytes.size(), format, arguments));
+        va_end(arguments);
+    }
+    void add_visible(std::string_view text) {
+        length += host::make_visible(std::span{bytes}.subspan(length), text).size();
+    }
+    std::string_view view() const { return {bytes.data(), length}; }
+
     std::array<char, LINE_SIZE> bytes;
     size_t length = 0;
-
-    std::string_view view() const { return {bytes.data(), length}; }
 };
 
-[[gnu::format(printf, 1, 2)]] line_text compose(const char *format, ...) {
-    line_text line;
-    va_list arguments;
-    va_start(arguments, format);
-    const int length = vsnprintf(line.bytes.data(), line.bytes.size(), format, arguments);
-    va_end(arguments);
-    line.length = static_cast<size_t>(std::max(length, 0));
-    return line;
-}
-
+// One buffer for both ways out: this runs deep in every thread's stack.
 void log_line(int level, std::string_view text) {
     timespec clock{};
     clock_gettime(CLOCK_REALTIME, &clock);
     tm now{};
     localtime_r(&clock.tv_sec, &now);
     char when[32];
-    const int text_length = static_cast<int>(text.size());
+    line_text line;
+    mutex_guard hold(ends.lock);
 
     strftime(when, sizeof when, "%Y-%m-%d %H:%M:%S", &now);
-    const line_text filed =
-        compose("%s.%03ld %s[%d] %d %.*s\n", when, clock.tv_nsec / 1000000, log_identity.data(),
-                host::own_pid(), level, text_length, text.data());
-    strftime(when, sizeof when, "%b %e %H:%M:%S", &now);
-    const line_text sent = compose("<%d>%s %s[%d]: %.*s", LOG_DAEMON | severity(level), when,
-                                   log_identity.data(), host::own_pid(), text_length, text.data());
+    line.begin("%s.%03ld %s[%d] %d ", when, clock.tv_nsec / 1000000, log_identity.data(),
+               host::own_pid(), level);
+    line.add_visible(text);
+    line.bytes[line.length++] = '\n';
+    log_to_file(line.view());
 
-    mutex_guard hold(ends.lock);
-    log_to_file(filed.view());
-    log_to_system(sent.view());
+    strftime(when, sizeof when, "%b %e %H:%M:%S", &now);
+    line.begin("<%d>%s %s[%d]: ", LOG_DAEMON | severity(level), when, log_identity.data(),
+               host::own_pid());
+    line.add_visible(text);
+    log_to_system(line.view());
 }
 
 } // namespace
@@ -196,7 +200,6 @@ void savelog(int level, const char *format, ...) {
     const message given = format_message(format, arguments);
     va_end(arguments);
 
-    std::array<char, 4 * MESSAGE_SIZE> visible;
-    log_line(level, host::make_visible(visible, {given.bytes.data(), given.length}));
+    log_line(level, {given.bytes.data(), given.length});
     errno = saved;
 }
