@@ -20,7 +20,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <span>
@@ -224,7 +223,7 @@ bool is_owned(const sockaddr_un &address) {
 // Binds SOCKET to ADDRESS, in place of a dead endpoint but never of a live one. The folder's lock
 // keeps two processes from both finding the same endpoint dead.
 bool claim(int socket, const sockaddr_un &address) {
-    const host::descriptor folder{open(host::BUS_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const host::descriptor folder{host::open_folder(host::BUS_FOLDER)};
     if (folder < 0 || !host::lock_within(folder, LOCK_PATIENCE_MS))
         return false;
 
@@ -384,7 +383,7 @@ int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
 int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
     if (message == nullptr)
         return -1;
-    const host::descriptor folder{open(host::BUS_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const host::descriptor folder{host::open_folder(host::BUS_FOLDER)};
     if (folder < 0)
         return errno == ENOENT ? 0 : -1; // no folder: nobody has registered yet
 

@@ -147,8 +147,7 @@ bool read_setting(const char *key, value &into) {
         errno = EINVAL;
         return false;
     }
-    const host::descriptor file{
-        open(host::SETTINGS_FILE, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
+    const host::descriptor file{host::open_file(host::SETTINGS_FILE, O_RDONLY)};
     if (file < 0)
         return false;
     scan lines{.key = key, .found_value = into};

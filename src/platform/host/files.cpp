@@ -59,8 +59,17 @@ bool make_folders(const char *folder) {
     return true;
 }
 
+// In musl, open would make a second system call of O_CLOEXEC.
+int open_file(const char *path, int flags, unsigned mode) {
+    return openat(AT_FDCWD, path, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
+}
+
+int open_folder(const char *path) {
+    return open_file(path, O_RDONLY | O_DIRECTORY);
+}
+
 int open_regular(const char *path, int flags, unsigned mode) {
-    descriptor file{open(path, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode)};
+    descriptor file{open_file(path, flags, mode)};
     if (file < 0)
         return -1;
 

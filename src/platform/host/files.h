@@ -36,8 +36,13 @@ path_text join_path(const char *folder, const char *name);
 // Makes FOLDER and what is missing above it, each mode 0750 whatever the umask.
 bool make_folders(const char *folder);
 
-// Opens PATH with FLAGS, close-on-exec and without ever waiting for a FIFO's other end; -1 with
-// errno EINVAL for anything but a regular file. Symbolic links are followed unless FLAGS say no.
+// Opens PATH with FLAGS, close-on-exec and without ever waiting for a FIFO's other end. Symbolic
+// links are followed unless FLAGS say no. Returns a descriptor, or -1.
+int open_file(const char *path, int flags, unsigned mode = 0);
+
+int open_folder(const char *path);
+
+// The same as open_file; -1 with errno EINVAL for anything but a regular file.
 int open_regular(const char *path, int flags, unsigned mode = 0);
 
 // Moves a descriptor just opened out of the way of standard input, output and error, which a

@@ -96,8 +96,7 @@ bool write_backup(int folder, const char *reason, unsigned number) {
 int log_bakup_imediately(const char *reason) {
     if (!host::make_folders(host::LOG_BACKUP_FOLDER))
         return -1;
-    const host::descriptor folder{
-        open(host::LOG_BACKUP_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const host::descriptor folder{host::open_folder(host::LOG_BACKUP_FOLDER)};
     if (folder < 0 || !host::lock_within(folder, LOCK_PATIENCE_MS))
         return -1;
 

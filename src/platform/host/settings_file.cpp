@@ -113,7 +113,7 @@ bool keep_rights(int old_file, int new_file) {
 
 bool sync_folder_of(path_text path) {
     *strrchr(path.data(), '/') = '\0';
-    const descriptor folder{open(path.data(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const descriptor folder{open_folder(path.data())};
     return folder >= 0 && fsync(folder) == 0;
 }
 
@@ -125,8 +125,7 @@ template <typename writer> settings_result replace(const change &edit, writer wr
         return settings_result::failed;
 
     unlink(path.data());
-    const descriptor file{
-        open(path.data(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, SETTINGS_MODE)};
+    const descriptor file{open_file(path.data(), O_WRONLY | O_CREAT | O_EXCL, SETTINGS_MODE)};
     if (file < 0)
         return settings_result::failed;
     if (keep_rights(edit.file, file) && write(file) && fsync(file) == 0 &&

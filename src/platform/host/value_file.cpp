@@ -39,7 +39,7 @@ bool is_left_behind(std::string_view name) {
 }
 
 void remove_what_was_left_behind(const char *path) {
-    const descriptor folder{open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const descriptor folder{open_folder(path)};
     if (folder < 0)
         return;
     name_reader names{folder};
@@ -49,11 +49,11 @@ void remove_what_was_left_behind(const char *path) {
 }
 
 int create_spare_file(const char *path) {
-    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
-    const int file = open(path, FLAGS, VALUE_MODE);
+    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL;
+    const int file = open_file(path, FLAGS, VALUE_MODE);
     if (file >= 0 || errno != EEXIST)
         return file;
-    return unlink(path) == 0 ? open(path, FLAGS, VALUE_MODE) : -1;
+    return unlink(path) == 0 ? open_file(path, FLAGS, VALUE_MODE) : -1;
 }
 
 // What a process does at its first write to a folder, FILE being the spare file of it.
@@ -99,8 +99,7 @@ int read_value(const value_folder &folder, const char *name, char *buffer, int s
     const auto room = static_cast<size_t>(size);
     memset(buffer, 0, room);
 
-    const descriptor file{open(join_path(folder.path, name).data(),
-                               O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
+    const descriptor file{open_file(join_path(folder.path, name).data(), O_RDONLY | O_NOFOLLOW)};
     if (file < 0)
         return -1;
     // From files alone; a byte more than the value may have here tells whether this is its end.
