@@ -114,9 +114,12 @@ int read_value(const value_folder &folder, const char *name, char *buffer, int s
 
 int write_value(value_folder &folder, const char *name, std::string_view value) {
     const path_text path = join_path(folder.path, name);
-    const bool stored =
-        value.empty() ? remove_value(path.data()) : replace_value(folder, path.data(), value);
-    if (stored)
+    const auto store = [&] {
+        return value.empty() ? remove_value(path.data())
+                             : replace_value(folder, path.data(), value);
+    };
+    // A new thread's spare file may be taken for that of its number's last owner, and be removed.
+    if (store() || (errno == ENOENT && store()))
         return 0;
     savelog(0, "cannot store %s: %s", path.data(), strerror(errno));
     return -1;
