@@ -99,8 +99,8 @@ static void growing_settings() {
     for (const int keys : {10, 30, 100, 300, 1000, 3000, 10000}) {
         write_settings(keys);
         const std::string name = "settings " + std::to_string(keys);
-        compare(
-            name.c_str(), read_setting, [] { bare::read_file(bare::SETTINGS); }, 30);
+        const auto read_barely = [] { bare::read_file(bare::SETTINGS); };
+        compare(name.c_str(), read_setting, read_barely, 30);
     }
 }
 
@@ -160,8 +160,8 @@ int main() {
     init_log_params("UPLINKD");
     operations();
     growing_settings();
-    if (init_sockmsg(
-            24, [](const uplinkd_msg_t *) { return 0; }, 0) != 0) // as the daemon sends
+    const auto ignore = [](const uplinkd_msg_t *) { return 0; };
+    if (init_sockmsg(24, ignore, 0) != 0) // as the daemon sends
         stop("bus");
     growing_broadcast();
     return 0;

@@ -23,8 +23,8 @@ if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   return()
 endif()
 
-# What a release is. (A developer's build keeps what a debugger wants to see.)
-set(release $<CONFIG:MinSizeRel,Release>)
+# What a release is: every build but a developer's, which keeps what a debugger wants to see.
+set(release $<NOT:$<OR:$<CONFIG:Debug>,$<STREQUAL:$<CONFIG>,>>>)
 target_compile_options(uplinkd_embedded INTERFACE
   $<${release}:-U_FORTIFY_SOURCE> $<${release}:-D_FORTIFY_SOURCE=3>
   $<${release}:-fno-unwind-tables> $<${release}:-fno-asynchronous-unwind-tables>)
@@ -32,8 +32,11 @@ target_link_options(uplinkd_router_program INTERFACE
   $<${release}:-Wl,--no-eh-frame-hdr,-z,noseparate-code>)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   target_compile_options(uplinkd_embedded INTERFACE $<${release}:-fno-plt>)
-elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64" AND NOT UPLINKD_PLATFORM_LIBRARIES)
-  target_compile_options(uplinkd_embedded INTERFACE $<${release}:-mcmodel=tiny>) # within 1 MiB
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64")
+  target_compile_options(uplinkd_embedded INTERFACE $<${release}:-mno-outline-atomics>)
+  if(NOT UPLINKD_PLATFORM_LIBRARIES) # who knows how large those are
+    set(short_addresses $<${release}:-mcmodel=tiny>) # for programs of less than 1 MiB: see src/
+  endif()
 endif()
 
 # Branch protection needs the start files' help, or the kernel will not switch it on.
@@ -45,7 +48,9 @@ function(protect_branches processors compile_option link_option)
   set(CMAKE_REQUIRED_FLAGS ${compile_option})
   set(CMAKE_REQUIRED_LINK_OPTIONS ${link_option} -Wl,--fatal-warnings)
   check_cxx_source_compiles("int main() { return 0; }" UPLINKD_BRANCH_PROTECTION)
-  if(UPLINKD_BRANCH_PROTECTION)
+  if(NOT UPLINKD_BRANCH_PROTECTION)
+    message(STATUS "No branch protection: the start files of this toolchain do not have it")
+  else()
     target_compile_options(uplinkd_embedded INTERFACE ${compile_option})
     target_link_options(uplinkd_router_program INTERFACE ${link_option})
   endif()

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <string_view>
@@ -44,7 +43,7 @@ static int open_to_append(const char *path, int more_flags, mode_t mode = 0) {
 // Only root can put anything there, so a link, to a RAM disk for example, is root's own wish. It
 // has to lead to where only root can put anything, too.
 static bool is_secrets_file(const char *path) {
-    return strncmp(path, SECRETS_FOLDER, strlen(SECRETS_FOLDER)) == 0;
+    return std::string_view(path).starts_with(SECRETS_FOLDER);
 }
 
 static bool is_private(const struct stat &file) {

@@ -16,7 +16,7 @@ namespace {
 using setting_value = text<32>;
 
 template <typename enumeration> struct named_value {
-    const char *name;
+    char name[8];
     enumeration value;
 };
 

@@ -90,7 +90,7 @@ std::atomic<sockmsg_handler> receive_handler{nullptr};
 
 constexpr struct {
     int app_id;
-    const char *name;
+    char name[16];
 } APPLICATIONS[] = {
     {19, "pfilterd"}, {22, "prio_listener"}, {23, "linkprobe"},
     {24, "uplinkd"},  {25, "uis"},           {27, "textmsg"},

@@ -35,7 +35,7 @@ struct value {
     }
     void add(std::string_view bytes) {
         const size_t taken = std::min(bytes.size(), buffer.size() - length);
-        std::copy_n(bytes.data(), taken, buffer.data() + length);
+        bytes.copy(buffer.data() + length, taken);
         length += taken;
         for (const char byte : bytes) {
             if (at == part::rest)

@@ -2,7 +2,7 @@
 #include "platform/flag_store.h"
 
 #include <cerrno>
-#include <cstring>
+#include <string_view>
 
 #include "platform/host/places.h"
 #include "platform/host/value_file.h"
@@ -13,8 +13,11 @@ host::value_folder flags{.path = host::FLAG_FOLDER};
 
 // A leading dot could leave the folder, or hit a file that a writer is still filling.
 bool is_flag_name(const char *name) {
-    return name != nullptr && name[0] != '\0' && name[0] != '.' && strchr(name, '/') == nullptr &&
-           strnlen(name, 256) < 256;
+    if (name == nullptr)
+        return false;
+    const std::string_view text = name;
+    return !text.empty() && text.size() < 256 && !text.starts_with('.') &&
+           text.find('/') == std::string_view::npos;
 }
 
 } // namespace

@@ -52,9 +52,10 @@ struct moment {
 };
 
 moment present_moment() {
-    const time_t clock = time(nullptr);
+    timespec clock{};
+    clock_gettime(CLOCK_REALTIME, &clock);
     tm now{};
-    localtime_r(&clock, &now);
+    localtime_r(&clock.tv_sec, &now);
     moment present{};
     strftime(present.in_name, sizeof present.in_name, "%Y%m%d-%H%M%S", &now);
     strftime(present.in_text, sizeof present.in_text, "%Y-%m-%d %H:%M:%S", &now);
