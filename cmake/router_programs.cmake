@@ -27,7 +27,9 @@ endif()
 set(release $<NOT:$<OR:$<CONFIG:Debug>,$<STREQUAL:$<CONFIG>,>>>)
 target_compile_options(uplinkd_embedded INTERFACE
   $<${release}:-U_FORTIFY_SOURCE> $<${release}:-D_FORTIFY_SOURCE=3>
-  $<${release}:-fno-unwind-tables> $<${release}:-fno-asynchronous-unwind-tables>)
+  $<${release}:-fno-unwind-tables> $<${release}:-fno-asynchronous-unwind-tables>
+  $<${release}:-fomit-frame-pointer>
+  $<$<AND:${release},$<CXX_COMPILER_ID:GNU>>:-fno-partial-inlining>)
 target_link_options(uplinkd_router_program INTERFACE
   $<${release}:-Wl,--no-eh-frame-hdr,-z,noseparate-code>)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")

@@ -29,17 +29,17 @@ unsigned backup_number(std::string_view name) {
     return host::take_number(name, number) && name.starts_with("-uplinkd-") ? number : 0;
 }
 
-unsigned newest_backup(int folder) {
+unsigned newest_backup() {
     unsigned newest = 0;
-    lseek(folder, 0, SEEK_SET);
+    const host::descriptor folder{host::open_folder(host::LOG_BACKUP_FOLDER)};
     host::name_reader names{folder};
     while (const char *name = host::next_name(names))
         newest = std::max(newest, backup_number(name));
     return newest;
 }
 
-void remove_backups_up_to(unsigned last, int folder) {
-    lseek(folder, 0, SEEK_SET);
+void remove_backups_up_to(unsigned last) {
+    const host::descriptor folder{host::open_folder(host::LOG_BACKUP_FOLDER)};
     host::name_reader names{folder};
     while (const char *name = host::next_name(names))
         if (const unsigned number = backup_number(name); number > 0 && number <= last)
@@ -101,12 +101,12 @@ int log_bakup_imediately(const char *reason) {
     if (folder < 0 || !host::lock_within(folder, LOCK_PATIENCE_MS))
         return -1;
 
-    const unsigned number = newest_backup(folder) + 1;
+    const unsigned number = newest_backup() + 1;
     if (!write_backup(folder, reason, number)) {
         unlinkat(folder, UNFINISHED, 0);
         return -1;
     }
     if (number > KEPT_BACKUPS)
-        remove_backups_up_to(number - KEPT_BACKUPS, folder);
+        remove_backups_up_to(number - KEPT_BACKUPS);
     return 0;
 }
