@@ -71,6 +71,7 @@ TEST(Log, TheFileAtThePathIsTheLog) {
         {"rmdir $LOG", "1"},
         {"rm -r /var/log/uplinkd", "1"},
         {"head -c 1048570 /dev/zero >$LOG", "1"}, // rotated
+        {"head -c 1048570 /dev/zero >/tmp/full; mv /tmp/full $LOG", "1"},
     };
     setenv("LOG", LOG.c_str(), 1);
     for (const auto &c : CASES) {
