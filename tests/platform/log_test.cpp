@@ -70,8 +70,8 @@ TEST(Log, TheFileAtThePathIsTheLog) {
         {"rm $LOG; mkdir $LOG", ""},
         {"rmdir $LOG", "1"},
         {"rm -r /var/log/uplinkd", "1"},
-        {"head -c 1048570 /dev/zero >$LOG", "1"}, // rotated
-        {"head -c 1048570 /dev/zero >/tmp/full; mv /tmp/full $LOG", "1"},
+        {"yes | head -c 1048570 >$LOG", "1"}, // rotated
+        {"yes | head -c 1048570 >/tmp/full; mv /tmp/full $LOG", "1"},
     };
     setenv("LOG", LOG.c_str(), 1);
     for (const auto &c : CASES) {

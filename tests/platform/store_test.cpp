@@ -127,8 +127,9 @@ TEST(Settings, StayWholeWhoeverIsKilled) {
 }
 
 TEST(Settings, AreReadAsTheyStandInTheFile) {
-    const std::string TEXT = "# K=comment\nKK=no\nnonsense\n K=no\nK=first\nE=\nK= a=b \nN=12x\n"
-                             "O=99999999999\nP=- 3\nQ=\t+99x-1\nR= \f\v-007\rM\nM=-7";
+    const std::string TEXT =
+        "# K=comment\nKK=no\nnonsense\n K=no\nK=first\nE=\nK= a=b \nXK=no\nN=12x\n"
+        "O=99999999999\nP=- 3\nQ=\t+99x-1\nR= \f\v-007\rM\nM=-7";
     const struct {
         const char *key, *value;
         int size, number;
