@@ -1,7 +1,7 @@
 # What the programs for the router are as binaries: what they need at run time, how they are hardened,
 # and how large the daemon may be. Variables: daemon, programs (all, "|" between them), nm, readelf,
 # strip; whether this is a release, static, fortified (not every C library can), and has branch
-# protection (branches).
+# protection (branches), and whether the linker optimises it (optimised).
 
 function(show result)
   execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${ARGN} OUTPUT_VARIABLE output)
@@ -58,7 +58,7 @@ foreach(program IN LISTS programs)
   endforeach()
 endforeach()
 
-if(release AND NOT static)
+if(release AND optimised AND NOT static)
   execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${strip} -o ${daemon}.stripped ${daemon})
   file(SIZE ${daemon}.stripped size)
   file(REMOVE ${daemon}.stripped)
