@@ -44,7 +44,8 @@ static int open_unblocking() {
     if (fstat(STDOUT_FILENO, &output) != 0 ||
         !(S_ISCHR(output.st_mode) || S_ISFIFO(output.st_mode)))
         return -1;
-    return open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    constexpr int FLAGS = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    return openat(AT_FDCWD, "/proc/self/fd/1", FLAGS); // one system call in musl, too
 }
 
 // Writes without being ended by a pipe whose reader has gone. (Ignoring SIGPIPE for good would be

@@ -86,14 +86,27 @@ TEST(Log, TheFileAtThePathIsTheLog) {
     EXPECT_EQ(file_text("/etc/bait"), "");
 }
 
+static void close_descriptors_from(int first) {
+    for (int fd = first; fd < 64; fd++)
+        close(fd);
+}
+
 // Nothing of the log may be taken for standard output, nor a child's line for the parent's.
 TEST(Log, StartsWithoutStandardOutputAndGoesOnInAChild) {
-    const int kept = dup(STDOUT_FILENO);
+    const int kept = fcntl(STDOUT_FILENO, F_DUPFD, 64);
     close(STDOUT_FILENO);
     savelog(0, "parent");
     const bool is_free = fcntl(STDOUT_FILENO, F_GETFD) < 0;
     dup2(kept, STDOUT_FILENO);
     EXPECT_TRUE(is_free);
+    // Whoever closes all that he does not know gets no line into a file of his own.
+    close_descriptors_from(3);
+    const int file = open("/tmp/mine", O_CREAT | O_RDWR, 0600);
+    const int socket = unix_socket(bind, "/tmp/my_socket");
+    savelog(0, "parent");
+    EXPECT_EQ(file_text("/tmp/mine"), "");
+    EXPECT_EQ(std::ranges::count(file_text(LOG), '\n'), 2);
+    EXPECT_TRUE(fcntl(file, F_GETFD) >= 0 && fcntl(socket, F_GETFD) >= 0);
     const pid_t child = fork();
     if (child == 0)
         savelog(0, "child"), _exit(0);

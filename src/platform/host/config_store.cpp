@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <span>
@@ -72,6 +73,11 @@ struct value {
 };
 
 struct scan {
+    scan(const char *wanted, value &into) : key(wanted), found_value(into) {
+        const int length = snprintf(mark.data(), mark.size(), "\n%s=", wanted);
+        mark_length = std::min(static_cast<size_t>(length), mark.size() - 1);
+    }
+
     // Takes what is left of the key and its '=' off BYTES, the line's next ones.
     void take_key(std::string_view &bytes) {
         const std::string_view wanted = key.substr(matched, bytes.size());
@@ -98,17 +104,18 @@ struct scan {
             found_value.add(bytes);
     }
 
+    void begin_line(std::string_view bytes) {
+        at = line_part::key;
+        matched = 0;
+        feed_line(bytes);
+    }
+
     // Takes lines that each have their newline before them; a line of the key may be among them.
     void feed_lines(std::string_view bytes) {
-        while (const void *hit = memmem(bytes.data(), bytes.size(), key.data(), key.size())) {
-            const char *begin = static_cast<const char *>(hit);
-            const bool at_line_start = begin != bytes.data() && begin[-1] == '\n';
-            bytes = {begin + key.size(), bytes.data() + bytes.size()};
-            if (!at_line_start || !bytes.starts_with('='))
-                continue;
-            found = true;
-            found_value.restart();
-            found_value.add(bytes.substr(1, bytes.find('\n') - 1));
+        while (const void *hit = memmem(bytes.data(), bytes.size(), mark.data(), mark_length)) {
+            const char *line = static_cast<const char *>(hit) + 1;
+            bytes = {line, bytes.data() + bytes.size()};
+            begin_line(bytes.substr(0, bytes.find('\n')));
         }
     }
 
@@ -120,12 +127,12 @@ struct scan {
             return;
         const size_t last_start = bytes.rfind('\n') + 1;
         feed_lines(bytes.substr(first_end, last_start - first_end));
-        at = line_part::key;
-        matched = 0;
-        feed_line(bytes.substr(last_start));
+        begin_line(bytes.substr(last_start));
     }
 
     std::string_view key;
+    std::array<char, 64> mark; // of a line of the key, as far as it fits
+    size_t mark_length;
     value &found_value;
     bool found = false;
 
@@ -150,7 +157,7 @@ bool read_setting(const char *key, value &into) {
     const host::descriptor file{host::open_file(host::SETTINGS_FILE, O_RDONLY)};
     if (file < 0)
         return false;
-    scan lines{.key = key, .found_value = into};
+    scan lines(key, into);
     std::array<char, READ_SIZE> bytes;
     for (off_t at = 0;;) {
         const ssize_t length = pread(file, bytes.data(), bytes.size(), at); // from files alone

@@ -3,9 +3,10 @@
 // lock, and who finds it taken just appends. A log that cannot be written is silent: nothing here
 // waits for a reader.
 //
-// Both ways out stay open between lines. One look at the path tells whether the open file is still
-// the log: one that was rotated, removed or replaced is followed at the next line. The system's log
-// is found by its name at every line, so it may come and go.
+// Both ways out stay open between lines. A look at file and path tells whether the open file is
+// still the log: one that was rotated, removed or replaced is followed at the next line. The
+// system's log is found by its name at every line, so it may come and go. A child that is forked
+// while another thread logs must not log itself.
 #include "platform/log.h"
 
 #include <algorithm>
@@ -90,13 +91,18 @@ void open_log_anew() UPLINKD_REQUIRES(ends.lock) {
     std::swap(ends.file, file.fd);
 }
 
-// Whether the open file is the one that lies at the log's path; SIZE receives its length.
+bool is_opened_file(const struct stat &file) UPLINKD_REQUIRES(ends.lock) {
+    return file.st_dev == ends.opened.st_dev && file.st_ino == ends.opened.st_ino;
+}
+
+// Whether the open file is the one that lies at the log's path; SIZE receives its length. Where
+// others have closed it, its number may have become that of something else: hands off.
 bool is_log_open(off_t &size) UPLINKD_REQUIRES(ends.lock) {
-    struct stat named = {};
-    const bool open = ends.file >= 0 && lstat(host::LOG_FILE, &named) == 0 &&
-                      named.st_dev == ends.opened.st_dev && named.st_ino == ends.opened.st_ino;
-    size = named.st_size;
-    return open;
+    struct stat open = {}, named = {};
+    if (fstat(ends.file, &open) != 0 || !is_opened_file(open))
+        ends.file = -1;
+    size = open.st_size;
+    return ends.file >= 0 && lstat(host::LOG_FILE, &named) == 0 && is_opened_file(named);
 }
 
 // Two processes may find the file full at once: the lock and the second look keep the slower one
@@ -131,9 +137,11 @@ void log_to_system(std::string_view line) UPLINKD_REQUIRES(ends.lock) {
     if (ends.sender < 0)
         ends.sender = host::above_standard(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const sockaddr_un logger{AF_UNIX, "/dev/log"};
-    if (ends.sender >= 0)
+    if (ends.sender >= 0 &&
         sendto(ends.sender, line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-               reinterpret_cast<const sockaddr *>(&logger), sizeof logger);
+               reinterpret_cast<const sockaddr *>(&logger), sizeof logger) < 0 &&
+        (errno == EBADF || errno == ENOTSOCK))
+        ends.sender = -1; // closed by others, as the file may be
 }
 
 struct line_text {

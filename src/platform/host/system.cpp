@@ -52,7 +52,7 @@ void report_error(int report) {
 // In the child: becomes `reboot` in a session of its own, or reports into REPORT why it could not.
 [[noreturn]] void become_reboot(int report) {
     setsid();
-    const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
+    const int nowhere = host::open_file("/dev/null", O_RDWR);
     for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; standard++)
         dup2(nowhere, standard);
 

@@ -15,7 +15,7 @@ namespace host {
 struct value_folder {
     const char *path;
     std::atomic<pid_t> known_to = 0;     // the process that has written there before
-    std::atomic<bool> needs_mode = true; // as the umask of that process took something from it
+    std::atomic<bool> needs_mode = true; // as its umask, at that first write, takes bits away
 };
 
 // Reads the value of NAME into BUFFER (SIZE bytes), cut to fit; the empty text when there is none.
