@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <span>
@@ -73,11 +72,6 @@ struct value {
 };
 
 struct scan {
-    scan(const char *wanted, value &into) : key(wanted), found_value(into) {
-        const int length = snprintf(mark.data(), mark.size(), "\n%s=", wanted);
-        mark_length = std::min(static_cast<size_t>(length), mark.size() - 1);
-    }
-
     // Takes what is left of the key and its '=' off BYTES, the line's next ones.
     void take_key(std::string_view &bytes) {
         const std::string_view wanted = key.substr(matched, bytes.size());
@@ -112,10 +106,13 @@ struct scan {
 
     // Takes lines that each have their newline before them; a line of the key may be among them.
     void feed_lines(std::string_view bytes) {
-        while (const void *hit = memmem(bytes.data(), bytes.size(), mark.data(), mark_length)) {
-            const char *line = static_cast<const char *>(hit) + 1;
-            bytes = {line, bytes.data() + bytes.size()};
-            begin_line(bytes.substr(0, bytes.find('\n')));
+        while (const void *hit = memmem(bytes.data(), bytes.size(), key.data(), key.size())) {
+            const char *name = static_cast<const char *>(hit);
+            const bool at_line_start = name != bytes.data() && name[-1] == '\n';
+            bytes = {name, bytes.data() + bytes.size()};
+            if (at_line_start)
+                begin_line(bytes.substr(0, bytes.find('\n')));
+            bytes.remove_prefix(key.size());
         }
     }
 
@@ -131,8 +128,6 @@ struct scan {
     }
 
     std::string_view key;
-    std::array<char, 64> mark; // of a line of the key, as far as it fits
-    size_t mark_length;
     value &found_value;
     bool found = false;
 
@@ -157,7 +152,7 @@ bool read_setting(const char *key, value &into) {
     const host::descriptor file{host::open_file(host::SETTINGS_FILE, O_RDONLY)};
     if (file < 0)
         return false;
-    scan lines(key, into);
+    scan lines{.key = key, .found_value = into};
     std::array<char, READ_SIZE> bytes;
     for (off_t at = 0;;) {
         const ssize_t length = pread(file, bytes.data(), bytes.size(), at); // from files alone
