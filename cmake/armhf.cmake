@@ -1,4 +1,4 @@
-# A 32-bit processor, built with Debian's g++-arm-linux-gnueabihf; CONTRIBUTING.md has the commands.
+# A 32-bit processor, built with Debian's g++-arm-linux-gnueabihf; docs/porting.md has the commands.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)

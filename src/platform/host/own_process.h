@@ -7,7 +7,7 @@ namespace host {
 
 pid_t own_pid();
 
-// The number of the calling thread; the same for both in a process of one thread.
+// The number of the calling thread; the first one has the number of its process.
 pid_t own_tid();
 
 // The number of the process's PID namespace (an inode of 32 bits); 0 where /proc is missing.

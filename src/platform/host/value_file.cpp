@@ -18,8 +18,8 @@ namespace {
 constexpr mode_t VALUE_MODE = 0640;
 constexpr std::string_view SPARE_PREFIX = ".new-";
 
-// The spare file of the calling thread in FOLDER: its name is not another's, in whatever PID
-// namespace that is. One that exists has been left behind by a thread of the same number.
+// The spare file of the calling thread in FOLDER: its name is no other living thread's, in whatever
+// PID namespace that is.
 path_text own_spare_file(const char *folder) {
     char name[48];
     snprintf(name, sizeof name, "%s%u-%d", SPARE_PREFIX.data(), own_pid_namespace(), own_tid());
@@ -48,6 +48,7 @@ void remove_what_was_left_behind(const char *path) {
             unlinkat(folder, name, 0);
 }
 
+// What lies there was left behind by a thread of the same number, which is no more.
 int create_spare_file(const char *path) {
     constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL;
     const int file = open_file(path, FLAGS, VALUE_MODE);
