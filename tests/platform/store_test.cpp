@@ -3,6 +3,7 @@
 #include <climits>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 
 #include "host_test.h"
@@ -62,6 +63,21 @@ TEST(Items, PlantedThingsAreNeitherFollowedNorWaitedFor) {
         std::filesystem::remove_all(ITEMS);
     }
     EXPECT_EQ(file_text("/etc/secret"), "secret");
+}
+
+// Without /proc nobody knows whose a thread's number is: another namespace may have the same.
+TEST(Items, AreNotMixedWhereNamespacesCannotBeTold) {
+    ASSERT_EQ(mount("tmpfs", "/proc", "tmpfs", 0, nullptr), 0);
+    const std::string spare = ITEMS + ".new-0-" + std::to_string(gettid());
+    const std::string of_unknown = ITEMS + ".new-0-4000000"; // no such thread here
+    put_file(spare, "his");
+    put_file(of_unknown, "his");
+    EXPECT_TRUE(set_devinfo_value_by_id(6, "new", 3) == -1 && errno == EEXIST) << errno;
+    EXPECT_EQ(file_text(spare), "his");
+    std::filesystem::remove(spare);
+    EXPECT_EQ(set_devinfo_value_by_id(6, "new", 3), 0);
+    EXPECT_EQ(file_text(of_unknown), "his");
+    umount2("/proc", MNT_DETACH); // a sanitizer looks there at the end
 }
 
 TEST(Flags, StayInTheirFolderWhichIsTheGroups) {

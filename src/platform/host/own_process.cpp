@@ -1,6 +1,7 @@
 #include "platform/host/own_process.h"
 
 #include <atomic>
+#include <cerrno>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -43,8 +44,10 @@ pid_t own_tid() {
 unsigned own_pid_namespace() {
     own_pid();
     if (known_namespace == 0) {
+        const int saved = errno;
         struct stat status = {};
         stat("/proc/self/ns/pid", &status);
+        errno = saved;
         known_namespace = static_cast<unsigned>(status.st_ino);
     }
     return known_namespace;

@@ -32,10 +32,10 @@ bool is_left_behind(std::string_view name) {
     if (!name.starts_with(SPARE_PREFIX))
         return false;
     name.remove_prefix(SPARE_PREFIX.size());
-    return take_number(name, pid_namespace) && pid_namespace == own_pid_namespace() &&
-           name.starts_with('-') && (name.remove_prefix(1), take_number(name, writer)) &&
-           name.empty() && writer > 0 && writer <= INT_MAX &&
-           kill(static_cast<pid_t>(writer), 0) != 0 && errno == ESRCH;
+    return take_number(name, pid_namespace) && pid_namespace > 0 &&
+           pid_namespace == own_pid_namespace() && name.starts_with('-') &&
+           (name.remove_prefix(1), take_number(name, writer)) && name.empty() && writer > 0 &&
+           writer <= INT_MAX && kill(static_cast<pid_t>(writer), 0) != 0 && errno == ESRCH;
 }
 
 void remove_what_was_left_behind(const char *path) {
@@ -48,11 +48,12 @@ void remove_what_was_left_behind(const char *path) {
             unlinkat(folder, name, 0);
 }
 
-// What lies there was left behind by a thread of the same number, which is no more.
+// What lies there was left behind by a thread of the same number, which is no more; but where
+// namespaces cannot be told it may be another's.
 int create_spare_file(const char *path) {
     constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL;
     const int file = open_file(path, FLAGS, VALUE_MODE);
-    if (file >= 0 || errno != EEXIST)
+    if (file >= 0 || errno != EEXIST || own_pid_namespace() == 0)
         return file;
     return unlink(path) == 0 ? open_file(path, FLAGS, VALUE_MODE) : -1;
 }
