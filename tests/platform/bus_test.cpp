@@ -93,11 +93,11 @@ constexpr bool HAS_GUEST = true; // memory that is not ours, in the same process
 constexpr bool HAS_GUEST = false;
 #endif
 
-// The process's share of memory, in kB.
-static long proportional_set_size() {
+// The process's own memory, in kB. (What it shares would change with who else runs.)
+static long anonymous_memory() {
     std::ifstream rollup("/proc/self/smaps_rollup");
     long size = 0;
-    for (std::string word; rollup >> word && word != "Pss:";)
+    for (std::string word; rollup >> word && word != "Anonymous:";)
         continue;
     rollup >> size;
     return size;
@@ -108,7 +108,7 @@ TEST(Bus, GivesTheMemoryOfABurstBackAndLosesNothingByIt) {
     const int sender = unix_socket(connect, BUS + "24");
     EXPECT_TRUE(send_here(sender, 0));
     take();
-    const long before = proportional_set_size();
+    const long before = anonymous_memory();
     for (const int burst : {300, 1, 5, 258, 2, 300}) {
         std::unique_lock standstill(handling);
         std::thread sending([sender, burst] {
@@ -122,7 +122,7 @@ TEST(Bus, GivesTheMemoryOfABurstBackAndLosesNothingByIt) {
         sending.join();
     }
     alarm(5);
-    while (!HAS_GUEST && proportional_set_size() > before + 64) // released after it was taken
+    while (!HAS_GUEST && anonymous_memory() > before + 64) // released after it was taken
         usleep(1000);
     alarm(0);
 }
