@@ -37,6 +37,8 @@ static constexpr struct {
     {"flag", "set", 2, 2, flag_store, "flag set NAME VALUE", "set a named flag"},
     {"listen", "", 1, ANY_NUMBER, listen_to_bus, "listen APP [-n COUNT] [-t SECONDS]",
      "show the records sent to an application"},
+    {"names", "", 1, 1, print_names, "names items|messages|applications|flags",
+     "print what there is: number, name, meaning"},
     {"explain", "", 0, 0, explain_priority, "explain", "show which uplink has priority, and why"},
 };
 

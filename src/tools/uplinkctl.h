@@ -8,3 +8,4 @@ using operands = std::span<char *const>;
 
 int listen_to_bus(operands given);
 int explain_priority(operands given);
+int print_names(operands given);
