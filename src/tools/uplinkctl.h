@@ -9,4 +9,6 @@ using operands = std::span<char *const>;
 int listen_to_bus(operands given);
 int explain_priority(operands given);
 int show_status(operands given);
+int watch_router(operands given);
+int record_router(operands given);
 int print_names(operands given);
