@@ -41,6 +41,8 @@ static constexpr struct {
      "show what happens, as it happens"},
     {"record", "", 1, ANY_NUMBER, record_router, "record FILE [--private] [-t SECONDS]",
      "keep what happens, to be replayed"},
+    {"compare", "", 2, 2, compare_recordings, "compare A B",
+     "show where the daemon decided differently in two recordings"},
     {"names", "", 1, 1, print_names, "names items|messages|applications|flags",
      "print what there is: number, name, meaning"},
     {"status", "", 0, 1, show_status, "status [--json]", "show the uplinks at a glance"},

@@ -23,7 +23,8 @@ form lines_for = form::people;
 bool replaces_addresses = false;
 bool is_live = false;
 bool has_colours = false;
-long long started = 0;
+long long started = 0;    // by now()
+long long started_at = 0; // microseconds since 1970
 
 std::string_view filter(std::string_view text) {
     return secrets::leave_out(text, replaces_addresses);
@@ -57,18 +58,19 @@ void change_members(const char *old_value, const char *new_value) {
 
 // ---- lines for people, who have `uplinkctl status` for the state at the start
 
-// The kind at the left, in its colour, and the time of day.
+// The kind at the left, in its colour, and the time of day by the clock as it was at the start:
+// lines stay in order when somebody sets it.
 void print_heading(const char *kind, int colour) {
-    timespec time;
-    clock_gettime(CLOCK_REALTIME, &time);
+    const long long time = started_at + now() - started;
+    const time_t seconds = static_cast<time_t>(time / 1000000);
     tm local;
-    localtime_r(&time.tv_sec, &local);
+    localtime_r(&seconds, &local);
     char clock[16];
     strftime(clock, sizeof clock, "%H:%M:%S", &local);
     if (has_colours)
-        print("%s.%03ld  \033[%dm%-8s\033[0m ", clock, time.tv_nsec / 1000000, colour, kind);
+        print("%s.%03lld  \033[%dm%-8s\033[0m ", clock, time / 1000 % 1000, colour, kind);
     else
-        print("%s.%03ld  %-8s ", clock, time.tv_nsec / 1000000, kind);
+        print("%s.%03lld  %-8s ", clock, time / 1000 % 1000, kind);
 }
 
 const char *shown(const char *value) {
@@ -108,10 +110,11 @@ void begin(form wanted, bool is_private) {
     output::filter_texts(filter);
     const char *const no_colour = getenv("NO_COLOR");
     has_colours = isatty(STDOUT_FILENO) == 1 && (no_colour == nullptr || no_colour[0] == '\0');
-    if (is_for_people())
-        return;
     timespec time;
     clock_gettime(CLOCK_REALTIME, &time);
+    started_at = time.tv_sec * 1000000LL + time.tv_nsec / 1000;
+    if (is_for_people())
+        return;
     tm utc;
     gmtime_r(&time.tv_sec, &utc);
     char clock[24], start[40];
@@ -127,11 +130,14 @@ void begin(form wanted, bool is_private) {
 }
 
 void go_live() {
-    if (!is_for_people()) {
-        open_line("live");
-        close_line();
-    }
     is_live = true;
+    if (is_for_people()) {
+        print_heading("watch", 0);
+        print("what happens from now on; Ctrl-C ends it\n");
+        return;
+    }
+    open_line("live");
+    close_line();
 }
 
 void setting(const char *name, const char *old_value, const char *new_value) {

@@ -1,0 +1,319 @@
+// uplinkctl compare: where the daemon decided differently in two recordings. What it does is
+// compared lane by lane, each in its own order, since between lanes the order is a matter of
+// timing; times and numbers of processes say nothing.
+#include <array>
+#include <charconv>
+
+#include "tools/cli.h"
+#include "tools/names.h"
+#include "tools/output.h"
+#include "tools/recording.h"
+#include "tools/uplinkctl.h"
+#include "wan/flags.h"
+
+using recording::cursor;
+using recording::event;
+
+namespace {
+
+// What belongs together, as the event's kind and two more of its values say.
+struct lane {
+    std::string_view kind, first, second;
+
+    bool operator==(const lane &) const = default;
+};
+
+// What the daemon or one of its clients stores; other items are what it goes by.
+bool is_outcome(std::string_view digits) {
+    int id = 0, wan = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), id);
+    const names::item_row *const row = names::find_item(id, wan);
+    return row != nullptr && row->writer != item_writer::router;
+}
+
+// False for what the daemon did not do.
+bool find_lane(const event &seen, lane &found) {
+    const std::string_view kind = seen.word(recording::KIND);
+    found = {kind, {}, {}};
+    if (kind == "sent")
+        found.first = seen.word(recording::TO);
+    else if (kind == "item")
+        found.first = seen.values[recording::ID];
+    else if (kind == "client") {
+        found.first = seen.word(recording::CLIENT);
+        found.second = seen.values[recording::WAN];
+    } else
+        return kind == "decision" || kind == "daemon" ||
+               (kind == "batch" && seen.word(recording::STATE) == "run") ||
+               (kind == "flag" && seen.word(recording::NAME) == SUBNET_CONFLICT_FLAG);
+    return kind != "item" || is_outcome(found.first);
+}
+
+bool is_input(const event &seen) {
+    lane ignored;
+    for (const std::string_view kind : {"setting", "item", "flag", "file", "received"})
+        if (seen.is(kind))
+            return !find_lane(seen, ignored);
+    return false;
+}
+
+// ---- one lane of one recording
+
+// A client that goes into the background does so as another process, which is no news. One that
+// appears after a batch has run is a new one, since batches stop all clients first.
+struct walker {
+    walker(const recording::contents &file, const lane &of) : at(file), wanted(of) {}
+
+    cursor at;
+    lane wanted;
+    size_t batches = 0;           // run so far
+    size_t batches_at_client = 0; // when a client was last seen
+    std::string_view client_pid;
+};
+
+bool next_of_lane(walker &walk, event &found) {
+    lane seen;
+    while (recording::next(walk.at, found)) {
+        const bool is_in_lane = find_lane(found, seen);
+        walk.batches += is_in_lane && seen.kind == "batch" ? 1 : 0;
+        if (is_in_lane && seen == walk.wanted)
+            return true;
+    }
+    return false;
+}
+
+bool goes_on(const walker &walk, const event &appeared) {
+    return appeared.word(recording::STATE) == "background" &&
+           walk.batches == walk.batches_at_client;
+}
+
+// Whether the client lives or ends by this event, rather than only becoming another process.
+bool is_news_of_client(walker &walk, const event &seen) {
+    const std::string_view pid = seen.values[recording::PID];
+    if (seen.word(recording::STATE) == "ended") {
+        walker ahead = walk;
+        event later;
+        return pid == walk.client_pid && !(next_of_lane(ahead, later) && goes_on(ahead, later));
+    }
+    const bool is_new = !goes_on(walk, seen);
+    walk.client_pid = pid;
+    walk.batches_at_client = walk.batches;
+    return is_new;
+}
+
+// The next event that counts. The state at the start does not, but for the decision that follows
+// from it.
+bool next_outcome(walker &walk, event &found) {
+    while (next_of_lane(walk, found)) {
+        const bool is_news = walk.wanted.kind != "client" || is_news_of_client(walk, found);
+        if (is_news && (walk.at.is_live || walk.wanted.kind == "decision"))
+            return true;
+    }
+    return false;
+}
+
+bool is_same(const lane &of, const event &a, const event &b) {
+    using namespace recording;
+    if (of.kind == "client") // whether it has started or ended
+        return (a.word(STATE) == "ended") == (b.word(STATE) == "ended");
+    for (const member which :
+         {ID, NEW, STATE, OWNER, LINES, TO, ACCEPTED, WAN_MODE, STRATEGY, PRIORITY, RULE, TEXT})
+        if (a.values[which] != b.values[which])
+            return false;
+    return true;
+}
+
+// ---- all lanes
+
+std::array<lane, 400> lanes;
+size_t lane_count = 0;
+
+bool collect_lanes(const recording::contents &file) {
+    cursor at(file);
+    event seen;
+    lane found;
+    while (recording::next(at, seen)) {
+        if (!find_lane(seen, found))
+            continue;
+        size_t place = 0;
+        while (place < lane_count && !(lanes[place] == found))
+            place++;
+        if (place == lanes.size())
+            return false;
+        if (place == lane_count)
+            lanes[lane_count++] = found;
+    }
+    return true;
+}
+
+// Whether a value of the item was overwritten before it could be read: then only the last is known.
+bool has_missed(const recording::contents &file, std::string_view name) {
+    cursor at(file);
+    event seen;
+    while (recording::next(at, seen))
+        if (seen.is("missed") && seen.word(recording::NAME) == name)
+            return true;
+    return false;
+}
+
+struct side {
+    const recording::contents *file;
+    walker walk;
+    event seen;
+    bool is_there = false;
+
+    void look() { is_there = next_outcome(walk, seen); }
+    void look_at_last() {
+        event last;
+        for (look(); is_there; look())
+            last = seen;
+        seen = last;
+        is_there = !last.line.empty();
+    }
+};
+
+bool is_same(const lane &of, const side &a, const side &b) {
+    return a.is_there == b.is_there && (!a.is_there || is_same(of, a.seen, b.seen));
+}
+
+// ---- what is said of a difference
+
+// Nothing that a terminal obeys, and no more than is of use.
+void put_visible(std::string_view text) {
+    constexpr size_t LONGEST = 300;
+    for (const char c : text.substr(0, LONGEST))
+        output::put(c > ' ' && c < '\x7f' ? std::string_view(&c, 1) : c == ' ' ? " " : "?");
+    if (text.size() > LONGEST)
+        output::put("...");
+}
+
+void put_line(const char *heading, const event &seen) {
+    const size_t after_time = std::min(seen.line.find("\"kind\""), seen.line.size());
+    output::print("  %s line %zu, ", heading, seen.number);
+    put_visible(seen.values[recording::T]);
+    output::put(" s: {");
+    put_visible(seen.line.substr(after_time));
+    output::put("\n");
+}
+
+// What the daemon was told last before the line NUMBER.
+void put_inputs(const side &of, size_t number) {
+    std::array<event, 3> last;
+    size_t count = 0;
+    cursor at(*of.file);
+    event seen;
+    while (recording::next(at, seen) && seen.number < number)
+        if (at.is_live && is_input(seen))
+            last[count++ % last.size()] = seen;
+    for (size_t i = count > last.size() ? count - last.size() : 0; i < count; i++)
+        put_line("  after", last[i % last.size()]);
+}
+
+void put_side(char letter, const side &of) {
+    const char heading[] = {letter, '\0'};
+    if (!of.is_there) {
+        output::print("  %s nothing more\n", heading);
+        return;
+    }
+    put_line(heading, of.seen);
+    put_inputs(of, of.seen.number);
+}
+
+std::string_view inside(std::string_view list) {
+    return list.size() < 2 ? list : list.substr(1, list.size() - 2);
+}
+
+void put_batch_lines(const event &a, const event &b) {
+    std::string_view lines_a = inside(a.values[recording::LINES]);
+    std::string_view lines_b = inside(b.values[recording::LINES]);
+    while (!lines_a.empty() || !lines_b.empty()) {
+        const std::string_view line_a = recording::take_element(lines_a);
+        const std::string_view line_b = recording::take_element(lines_b);
+        if (line_a == line_b && !line_a.empty())
+            continue;
+        output::put("    its first other line: A ");
+        put_visible(line_a.empty() ? "none" : line_a);
+        output::put(", B ");
+        put_visible(line_b.empty() ? "none" : line_b);
+        output::put("\n");
+        return;
+    }
+}
+
+void put_difference(const lane &of, const side &a, const side &b) {
+    output::put("DIFFERENT ");
+    for (const std::string_view part : {of.kind, of.first, of.second}) {
+        put_visible(part);
+        output::put(part.empty() ? "" : " ");
+    }
+    if (of.kind == "item")
+        put_visible((a.is_there ? a : b).seen.word(recording::NAME));
+    output::put("\n");
+    put_side('A', a);
+    put_side('B', b);
+    if (of.kind == "batch" && a.is_there && b.is_there)
+        put_batch_lines(a.seen, b.seen);
+}
+
+// Goes along both sides to where they differ. Returns whether they do not, adding how much there is
+// of the lane to COUNT.
+bool compare_lane(const lane &of, side &a, side &b, size_t &count) {
+    side last_a = a, last_b = b;
+    do {
+        a.look();
+        b.look();
+        count += a.is_there ? 1 : 0;
+    } while (a.is_there && is_same(of, a, b));
+    if (is_same(of, a, b))
+        return true;
+    const std::string_view name = (a.is_there ? a : b).seen.word(recording::NAME);
+    if (of.kind != "item" || (!has_missed(*a.file, name) && !has_missed(*b.file, name)))
+        return false;
+    last_a.look_at_last();
+    last_b.look_at_last();
+    return is_same(of, last_a, last_b);
+}
+
+// Where the lanes differ, the earliest difference first: the others as a rule follow from it.
+size_t put_differences(const recording::contents &file_a, const recording::contents &file_b,
+                       size_t &count) {
+    size_t different = 0, put = 0;
+    const auto compare = [&](const lane &of, auto &&use) {
+        side a{&file_a, {file_a, of}, {}}, b{&file_b, {file_b, of}, {}};
+        if (!compare_lane(of, a, b, count))
+            use(a, b);
+    };
+    static std::array<size_t, lanes.size()> places; // the line in A; 0 for none, or put already
+    for (size_t i = 0; i < lane_count; i++)
+        compare(lanes[i], [&](const side &a, const side &) {
+            places[i] = a.is_there ? a.seen.number : SIZE_MAX;
+            different++;
+        });
+    for (; put < different; put++) {
+        size_t first = 0;
+        for (size_t i = 1; i < lane_count; i++)
+            if (places[i] - 1 < places[first] - 1) // 0 becomes the last
+                first = i;
+        compare(lanes[first],
+                [&](const side &a, const side &b) { put_difference(lanes[first], a, b); });
+        places[first] = 0;
+    }
+    return different;
+}
+
+} // namespace
+
+int compare_recordings(operands given) {
+    recording::contents a, b;
+    for (const auto &[path, file] : {std::pair{given[0], &a}, std::pair{given[1], &b}})
+        if (const int status = recording::open(path, *file); status != cli::DONE)
+            return status;
+    if (!collect_lanes(a) || !collect_lanes(b))
+        return cli::failure("more destinations and clients than a router has");
+    size_t count = 0;
+    const size_t different = put_differences(a, b, count);
+    if (different == 0)
+        output::print("the same: %zu outcomes in %zu lanes\n", count, lane_count);
+    const int status = output::flush();
+    return different > 0 ? cli::FAILED : status;
+}

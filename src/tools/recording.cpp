@@ -1,0 +1,253 @@
+#include "tools/recording.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include "platform/host/files.h"
+#include "tools/cli.h"
+
+namespace recording {
+
+namespace {
+
+constexpr std::string_view NAMES[MEMBERS] = {
+    "t",        "kind",     "id",    "name",  "new",    "state",    "client",
+    "wan",      "pid",      "owner", "lines", "to",     "accepted", "wan_mode",
+    "strategy", "priority", "rule",  "text",  "format", "version"};
+
+constexpr struct {
+    std::string_view kind;
+    std::array<member, 5> needed; // T: no more
+} KINDS[] = {
+    {"setting", {NAME, NEW}},
+    {"item", {ID, NAME, NEW}},
+    {"flag", {NAME, NEW}},
+    {"file", {NAME, NEW}},
+    {"daemon", {PID, STATE}},
+    {"client", {CLIENT, WAN, PID, STATE}},
+    {"decision", {WAN_MODE, STRATEGY, PRIORITY, RULE, TEXT}},
+    {"received", {ID}},
+    {"sent", {ID, TO, ACCEPTED}},
+    {"batch", {STATE, OWNER}},
+    {"missed", {NAME}},
+};
+
+// ---- JSON: takes a value off the beginning of REST, and returns it as it is written; empty for
+// what is none.
+
+std::string_view take_value(std::string_view &rest, int depth = 0);
+
+bool take_mark(std::string_view &rest, char mark) {
+    if (!rest.starts_with(mark))
+        return false;
+    rest.remove_prefix(1);
+    return true;
+}
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool is_hex_digit(char c) {
+    return is_digit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+// The length of the escape that TEXT begins with; 0 for none that there is.
+size_t escape_length(std::string_view text) {
+    constexpr size_t UNICODE = 6;
+    if (text.size() < 2)
+        return 0;
+    if (text[1] != 'u')
+        return std::string_view("\"\\/bfnrt").find(text[1]) == text.npos ? 0 : 2;
+    const bool is_whole = text.size() >= UNICODE &&
+                          std::all_of(text.begin() + 2, text.begin() + UNICODE, is_hex_digit);
+    return is_whole ? UNICODE : 0;
+}
+
+std::string_view cut(std::string_view &rest, size_t length) {
+    const std::string_view value = rest.substr(0, length);
+    rest.remove_prefix(value.size());
+    return value;
+}
+
+std::string_view take_string(std::string_view &rest) {
+    size_t at = 1;
+    while (at < rest.size() && rest[at] != '"') {
+        const size_t step = rest[at] == '\\' ? escape_length(rest.substr(at)) : 1;
+        if (step == 0 || static_cast<unsigned char>(rest[at]) < ' ')
+            return {};
+        at += step;
+    }
+    return at < rest.size() ? cut(rest, at + 1) : std::string_view{};
+}
+
+std::string_view take_number(std::string_view &rest) {
+    size_t at = rest.starts_with('-') ? 1 : 0;
+    const auto take_digits = [&] {
+        const size_t begin = at;
+        while (at < rest.size() && is_digit(rest[at]))
+            at++;
+        return at > begin;
+    };
+    if (!take_digits())
+        return {};
+    if (at < rest.size() && rest[at] == '.' && (at++, !take_digits()))
+        return {};
+    return cut(rest, at);
+}
+
+// A list, or an object with its names.
+std::string_view take_nested(std::string_view &rest, int depth) {
+    constexpr int DEEPEST = 8;
+    const std::string_view before = rest;
+    const bool is_object = rest[0] == '{';
+    const char end = is_object ? '}' : ']';
+    if (depth == DEEPEST)
+        return {};
+    rest.remove_prefix(1);
+    bool is_first = true;
+    while (!take_mark(rest, end)) {
+        if (!is_first && !take_mark(rest, ','))
+            return {};
+        if (is_object &&
+            (!rest.starts_with('"') || take_string(rest).empty() || !take_mark(rest, ':')))
+            return {};
+        if (take_value(rest, depth + 1).empty())
+            return {};
+        is_first = false;
+    }
+    return before.substr(0, before.size() - rest.size());
+}
+
+std::string_view take_value(std::string_view &rest, int depth) {
+    for (const std::string_view word : {"true", "false", "null"})
+        if (rest.starts_with(word))
+            return cut(rest, word.size());
+    if (rest.empty())
+        return {};
+    switch (rest[0]) {
+    case '"': return take_string(rest);
+    case '{':
+    case '[': return take_nested(rest, depth);
+    default: return take_number(rest);
+    }
+}
+
+// ---- lines
+
+// Null, or what is wrong with the line.
+const char *parse(std::string_view line, event &found) {
+    constexpr const char *NO_OBJECT = "no JSON object";
+    found.line = line;
+    found.values = {};
+    if (!take_mark(line, '{'))
+        return NO_OBJECT;
+    while (!line.starts_with('}')) {
+        std::string_view name = line.starts_with('"') ? take_string(line) : std::string_view{};
+        if (name.empty() || !take_mark(line, ':'))
+            return NO_OBJECT;
+        name = name.substr(1, name.size() - 2);
+        const std::string_view value = take_value(line);
+        if (value.empty() || (!take_mark(line, ',') && !line.starts_with('}')))
+            return NO_OBJECT;
+        for (size_t i = 0; i < MEMBERS; i++)
+            if (NAMES[i] == name)
+                found.values[i] = value;
+    }
+    return line == "}" ? nullptr : NO_OBJECT;
+}
+
+const char *fault_of(const event &found) {
+    if (found.values[T].empty() || !is_digit(found.values[T][0]))
+        return "no time";
+    if (found.word(KIND).empty())
+        return "no kind";
+    for (const auto &[kind, needed] : KINDS)
+        for (const member which : needed)
+            if (found.is(kind) && which != T && found.values[which].empty())
+                return "a member of its kind is missing";
+    return nullptr;
+}
+
+// Takes a line with its end off TEXT; false for one without.
+bool take_line(std::string_view &text, std::string_view &line) {
+    const size_t end = text.find('\n');
+    if (end == text.npos)
+        return false;
+    line = text.substr(0, end);
+    text.remove_prefix(end + 1);
+    return true;
+}
+
+// A copy, which stays as it is when somebody cuts the file.
+int map(const char *path, std::string_view &text) {
+    const host::descriptor file(host::open_regular(path, O_RDONLY));
+    struct stat status;
+    if (file < 0 || fstat(file, &status) != 0)
+        return cli::failure("cannot read '%s': %s", path, strerror(errno));
+    const auto size = static_cast<size_t>(status.st_size);
+    if (size == 0)
+        return cli::DONE;
+    void *const room =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED)
+        return cli::failure("cannot read '%s': %s", path, strerror(errno));
+    auto *const bytes = static_cast<char *>(room);
+    size_t filled = 0;
+    for (ssize_t got; filled < size && (got = read(file, bytes + filled, size - filled)) > 0;)
+        filled += static_cast<size_t>(got);
+    text = {bytes, filled};
+    return cli::DONE;
+}
+
+} // namespace
+
+std::string_view event::word(member which) const {
+    const std::string_view value = values[which];
+    return value.starts_with('"') ? value.substr(1, value.size() - 2) : std::string_view{};
+}
+
+bool next(cursor &at, event &found) {
+    std::string_view line;
+    if (!take_line(at.rest, line))
+        return false;
+    found.number = ++at.number;
+    parse(line, found);
+    at.is_live = at.is_live || found.is("live");
+    return true;
+}
+
+std::string_view take_element(std::string_view &list) {
+    const std::string_view value = take_value(list);
+    take_mark(list, ',');
+    return value;
+}
+
+int open(const char *path, contents &file) {
+    std::string_view text, line;
+    if (const int status = map(path, text); status != cli::DONE)
+        return status;
+    event found;
+    if (!take_line(text, line) || parse(line, found) != nullptr ||
+        found.word(FORMAT) != "uplinkd-events" || found.values[VERSION] != "1")
+        return cli::failure("%s: line 1: no recording of version 1", path);
+    file = {path, text};
+    size_t number = 1;
+    while (take_line(text, line)) {
+        const char *fault = parse(line, found);
+        number++;
+        if (fault == nullptr)
+            fault = fault_of(found);
+        if (fault != nullptr)
+            return cli::failure("%s: line %zu: %s", path, number, fault);
+    }
+    if (!text.empty())
+        return cli::failure("%s: line %zu: cut, it does not end", path, number + 1);
+    return cli::DONE;
+}
+
+} // namespace recording
