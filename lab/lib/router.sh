@@ -79,6 +79,7 @@ start_recorder() {
 }
 stop_recorder() {
     [ -e "$ROOT/run/recorder.pid" ] || return 0
+    settle
     rt kill -INT "$(<"$ROOT/run/recorder.pid")"
     wait "$recorder" || fail "the recorder has written all"
     cp "$ROOT/run/recording.jsonl" /run/lab/

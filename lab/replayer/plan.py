@@ -87,7 +87,7 @@ class Planner:
         """WRITERS: who writes an item, of those that the daemon knows."""
         self.writers, self.items, self.settings = writers, {}, {}
         self.inputs, self.counts, self.lives = [], Counter(), Lives()
-        self.start, self.was_running, self.first_clients = [], False, {}
+        self.start, self.was_running, self.is_running, self.first_clients = [], False, False, {}
         self.macs, self.interfaces = {}, set(REAL_IFACES.values())
         self.open = []  # answers whose report has not come yet
         self.registered = {}  # of an application: whether it was at last, and where that may change
@@ -109,7 +109,7 @@ class Planner:
         elif event.kind == "item":
             self.note_item(event)
         elif event.kind == "daemon":
-            self.was_running = event.state == "running"
+            self.was_running = self.is_running = event.state == "running"
         elif event.kind == "client":
             self.lives.note(event)
             self.lives.alive[(event.client, event.wan)].up = True
@@ -130,6 +130,7 @@ class Planner:
         elif event.kind == "flag" and event.name == "downlinkd_init_completed":
             self.add(event, "flag", name=event.name, new=event.new)
         elif event.kind == "daemon":
+            self.is_running = event.state != "ended"
             self.add(event, "daemon", state=event.state)
         elif event.kind == "item":
             self.item(event)
@@ -170,14 +171,17 @@ class Planner:
     def item(self, event):
         writer = self.writers.get(event.id, "router")
         self.note_item(event)
-        if writer == "router":
+        key, field = self.client_of(event)
+        if event.new and key and writer in ("client", "shared"):
+            self.learned(event, key, field)
+        elif writer == "router" or not self.is_running or (
+                writer != "daemon" and event.new and not self.is_static(event.new)):
             self.add(event, "item", id=event.id, new=event.new)
-        elif writer in ("client", "shared") and event.new:
-            key, field = self.client_of(event)
-            if key:
-                self.learned(event, key, field)
-            elif event.new not in self.settings.values():  # the daemon stores a static address
-                self.add(event, "item", id=event.id, new=event.new)
+
+    def is_static(self, value):
+        """Whether the daemon itself may have stored it: a configured address."""
+        return any(new == value for name, new in self.settings.items()
+                   if name.startswith("USR_WAN_") and "_V4" in name)
 
     def learned(self, event, key, field):
         client = self.lives.alive[key]

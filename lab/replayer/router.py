@@ -5,6 +5,7 @@ import re
 import socket
 import struct
 import subprocess
+import time
 
 BUS = pathlib.Path("/run/uplinkd/bus")
 STARTED = pathlib.Path("/run/replay/started")
@@ -110,14 +111,35 @@ class Bus:
 
 # ---- interfaces
 
+FAR_ENDS = {}
+
+
 def make_interfaces(interfaces, macs):
     """Pairs, so that each has a carrier; the far ends belong to nobody."""
-    for number, name in enumerate(sorted(interfaces)):
+    for name in sorted(interfaces - set(FAR_ENDS)):
+        FAR_ENDS[name] = far = f"far{len(FAR_ENDS)}"
         mac = ["address", macs[name]] if name in macs else []
-        far = f"far{number}"
-        run("ip", "link", "add", "name", name, *mac, "type", "veth", "peer", "name", far, check=False)
-        run("ip", "link", "set", name, "up", check=False)
-        run("ip", "link", "set", far, "up", check=False)
+        run("ip", "link", "add", "name", name, *mac, "type", "veth", "peer", "name", far)
+        run("ip", "link", "set", name, "up")
+        run("ip", "link", "set", far, "up")
+
+
+def advertise(interface, gateway):
+    """A router advertisement from GATEWAY, for a default route and nothing else."""
+    far = FAR_ENDS[interface]
+    run("ip", "-6", "address", "replace", f"{gateway}/64", "dev", far, "nodad")
+    with socket.socket(socket.AF_INET6, socket.SOCK_RAW, socket.IPPROTO_ICMPV6) as end:
+        scope = socket.if_nametoindex(far)
+        end.bind((gateway, 0, 0, scope))
+        end.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_MULTICAST_HOPS, 255)
+        end.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_MULTICAST_IF, scope)
+        end.sendto(struct.pack(">BBHBBHII", 134, 0, 0, 64, 0, 1800, 0, 0), ("ff02::1", 0, 0, scope))
+
+
+def has_advertised_route(interface):
+    """As the client's script looks for it."""
+    with open("/proc/net/ipv6_route", encoding="ascii") as routes:
+        return any(line.split()[-1] == interface and " 00450003 " in line for line in routes)
 
 
 # ---- clients
@@ -157,7 +179,7 @@ class StandIns:
         if key[0] == "pppd":
             self.answer_ppp(pid, interface, scripts, event, values)
         else:
-            if key[0] == "udhcpc6":
+            if key[0] == "udhcpc6" and interface in FAR_ENDS:
                 prepare_ipv6(interface, values)
             self.start(scripts[0], event, lease(key[0], interface, values))
         return True
@@ -193,3 +215,9 @@ def lease(program, interface, values):
 def prepare_ipv6(interface, values):
     """The kernel's part: the address of a router advertisement, which the stateless script looks
     for, and its default route, which both do."""
+    if values.get("ipv6"):
+        run("ip", "-6", "address", "replace", f"{values['ipv6']}/64", "dev", interface, "nodad")
+    deadline = time.monotonic() + 2
+    while not has_advertised_route(interface) and time.monotonic() < deadline:
+        advertise(interface, values.get("gateway6") or "fe80::1")
+        time.sleep(0.05)
