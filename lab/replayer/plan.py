@@ -39,7 +39,7 @@ class Client:
 
     def __init__(self, number, pid):
         self.number, self.pid, self.up, self.answer = number, pid, False, None
-        self.downs = 0
+        self.downs, self.stored = 0, []
 
 
 class Lives:
@@ -122,6 +122,9 @@ class Planner:
 
     def live(self, event):
         is_start = self.lives.note(event)
+        if is_start:
+            for client in [c for c in self.open if c not in self.lives.alive.values()]:
+                self.close(client)
         if event.kind == "setting":
             self.settings[event.name] = known_setting(event.new)
             self.add(event, "setting", name=event.name, new=known_setting(event.new))
@@ -131,6 +134,8 @@ class Planner:
             self.add(event, "flag", name=event.name, new=event.new)
         elif event.kind == "daemon":
             self.is_running = event.state != "ended"
+            for client in list(self.open):  # a daemon that has just started was not there to hear
+                self.close(client)
             self.add(event, "daemon", state=event.state)
         elif event.kind == "item":
             self.item(event)
@@ -190,12 +195,21 @@ class Planner:
                 return  # the script of a link that is down puts the name back
         else:
             recording.address(event.number, event.new)
+        if client.answer and any(item == event.id for item, _ in client.stored):
+            # Twice without a report between: the first was somebody else's.
+            client.answer.kind, client.answer.stored = "items", client.stored
+            self.close(client)
         if client.answer is None:
             event_name = "renew" if client.up and key[0] != "pppd" else "bound"
             client.answer = self.add(event, "answer", key=key, life=client.number,
                                      event=event_name, values=self.values_of(event.id))
             self.open.append(client)
         client.answer.values[field] = event.new
+        client.stored.append((event.id, event.new))
+
+    def close(self, client):
+        self.open.remove(client)
+        client.answer, client.stored = None, []
 
     def values_of(self, item):
         wan, wireless, _ = place_of(item)
@@ -214,8 +228,9 @@ class Planner:
 
     def answered(self, event):
         if self.open:
-            client = self.open.pop(0)
-            client.answer, client.up = None, True
+            client = self.open[0]
+            self.close(client)
+            client.up = True
             return True
         for key, client in self.lives.alive.items():
             values = {} if client.up or client.ended else self.known(key)

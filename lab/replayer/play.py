@@ -141,6 +141,9 @@ class Player:
             router.set_setting(event.name, event.new)
         elif event.kind == "item":
             router.set_item(event.id, event.new)
+        elif event.kind == "items":
+            for item, value in event.stored:
+                router.set_item(item, value)
         elif event.kind == "flag":
             router.set_flag(event.name, event.new)
         elif event.kind == "file":
