@@ -45,7 +45,9 @@ function eventRow(event) {
 function furtherRow(event, number) {
   const row = make("div", "row further");
   row.dataset.event = event;
-  row.append(highlighted(events[event][FURTHER][number]));
+  const said = make("span", "text");
+  said.append(highlighted(events[event][FURTHER][number]));
+  row.append(said);
   return row;
 }
 

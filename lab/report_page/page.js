@@ -200,7 +200,7 @@ let before = null;
 window.addEventListener("beforeprint", () => {
   before = { from: state.from, to: state.to, hidden: state.hidden, only: state.only };
   Object.assign(state, whole, { hidden: new Set(), only: false });
-  paper = 840;
+  paper = 800;
   document.documentElement.classList.add("paper");
   takeColours();
   drawTimeline();
@@ -222,12 +222,13 @@ function open() {
   byId("about").textContent = [`${data.head.start}, ${duration(data.end)}, ${events.length} events`,
     ...(data.head.private ? ["addresses are replaced"] : [])].join(" · ");
   document.title = `uplinkd ${data.head.start}`;
-  const lost = data.gaps.length ? [`Events are lost in ${data.gaps.length} places (hatched).`] : [];
+  const lost = data.gaps.length ? [`Events are lost where all lanes are hatched, ${data.gaps.length} times.`] : [];
   byId("notes").replaceChildren(...[...data.notes, ...lost].map((note) => make("li", "", note)));
   byId("labels").replaceChildren(...rows.map((row) => {
-    const label = make("div", row.heading ? "group" : "", row.label);
+    const label = make("div");
+    label.append(make("b", "", row.first ? row.group : ""), make("span", "", row.label));
     label.style.top = `${row.y + (row.height - ROW) / 2}px`;
-    label.title = row.label;
+    label.title = `${row.group}: ${row.label}`;
     return label;
   }));
   byId("labels").style.height = canvas.style.height = `${height}px`;

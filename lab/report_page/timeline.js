@@ -1,22 +1,20 @@
 // The lanes and messages. Only what is in the window is painted, and of what shares a pixel only the first.
-const [ROW, LIFELINE] = [20, 28];
+const [ROW, LIFELINE, BETWEEN] = [20, 26, 9];
 const canvas = document.getElementById("timeline");
 const rows = layOut();
-const height = rows.length ? rows[rows.length - 1].y + rows[rows.length - 1].height : 0;
+const height = rows.length ? rows[rows.length - 1].y + rows[rows.length - 1].height + 4 : 0;
 let width = 0;
 let colours = {};
 let hatching = null;
 
 function layOut() {
   const placed = [];
-  let y = 2, group = "";
+  let y = 4, group = "";
   const put = (row) => {
-    if (row.group !== group) {
-      group = row.group;
-      placed.push({ label: group, y, height: ROW, heading: true });
-      y += ROW;
-    }
-    placed.push({ ...row, y });
+    const first = row.group !== group;
+    if (first && group) y += BETWEEN;
+    group = row.group;
+    placed.push({ ...row, first, y });
     y += row.height;
   };
   const messages = () => data.messages.length && data.lifelines.forEach(
@@ -67,25 +65,27 @@ function penFor(element, wide, high, scale = window.devicePixelRatio || 1) {
   return pen;
 }
 
-function write(pen, text, x, y, room) {
+function write(pen, text, x, y, room, halo = false) {
   const fitting = Math.floor(room / 6.7);
   if (fitting < 3 || !text) return;
-  pen.fillText(text.length > fitting ? text.slice(0, fitting - 1) + "…" : text, x, y);
+  const shown = text.length > fitting ? text.slice(0, fitting - 1) + "…" : text;
+  if (halo) {
+    pen.lineWidth = 3;
+    pen.strokeText(shown, x, y);
+  }
+  pen.fillText(shown, x, y);
 }
 
 let paper = 0; // the width to paint for when printing
 function drawTimeline() {
   width = paper || canvas.clientWidth;
   if (!width) return;
-  const scale = paper ? 3 : undefined;
+  const scale = paper ? 1 : undefined; // browsers print what is painted now as lines and texts, not as pixels
   const pen = penFor(canvas, width, height, scale);
-  for (const row of rows) {
-    if (row.heading) {
-      pen.fillStyle = colours.faint;
-      pen.fillRect(0, row.y, width, row.height);
-    }
-  }
+  for (const id of ["axis", "overview"]) document.getElementById(id).style.width = `${width}px`;
   drawAxis(penFor(document.getElementById("axis"), width, 34, scale), pen);
+  pen.fillStyle = colours.line;
+  for (const row of rows) if (row.first) pen.fillRect(0, row.y - BETWEEN / 2, width, 1);
   for (const row of rows) if (row.lane) drawLane(pen, row);
   if (data.messages.length) drawMessages(pen);
   for (const gap of data.gaps) drawGap(pen, gap, 0, height);
@@ -128,6 +128,10 @@ function drawLane(pen, row) {
 function drawGap(pen, gap, top, high) {
   if (gap[TO] < state.from || gap[FROM] > state.to) return;
   const left = Math.max(xOf(gap[FROM]), -4), wide = Math.max(Math.min(xOf(gap[TO]), width + 4) - left, 3);
+  pen.globalAlpha = 0.72;
+  pen.fillStyle = colours.back;
+  pen.fillRect(left, top, wide, high);
+  pen.globalAlpha = 1;
   pen.fillStyle = hatching;
   pen.fillRect(left, top, wide, high);
   pen.fillStyle = colours.alarm;
@@ -149,8 +153,9 @@ function drawMessages(pen) {
     if (room[peer] - x < 1) continue;
     pen.fillStyle = pen.strokeStyle = !accepted ? colours.alarm : from ? colours.wan : colours.up;
     arrow(pen, x, lifelineY[from], lifelineY[to], accepted);
+    pen.strokeStyle = colours.back;
     write(pen, events[event][TEXT].split(/ (?:from|to) /)[0].replace(/ \(0x.*/, ""), x + 6,
-      lifelineY[peer] - 8, Math.min(room[peer], width + 1) - x - 8);
+      lifelineY[peer] - 8, Math.min(room[peer], width + 1) - x - 8, true);
     room[peer] = x;
   }
 }
@@ -238,7 +243,7 @@ function drawOverview() {
 // What lies under a point of the lanes: {event, text[, span]}, or null.
 function under(x, y) {
   const row = rows.find((each) => y >= each.y && y < each.y + each.height);
-  if (!row || row.heading) return null;
+  if (!row) return null;
   const t = timeAt(x), reach = timeAt(x + 5) - t;
   if (row.lifeline !== undefined)
     return nearest(data.messages.filter(([, from, to]) => !row.lifeline || (from || to) === row.lifeline)
@@ -249,8 +254,9 @@ function under(x, y) {
   const { spans } = row.lane;
   const span = spans[firstWhere(spans, (each) => each[TO] >= t - reach / 2)];
   if (!span || span[FROM] > t + reach) return mark;
+  const further = events[span[EVENT]][KIND] === BATCH ? ["", ...events[span[EVENT]][FURTHER]].join("\n") : "";
   return { event: span[EVENT], span, text: `${row.label}: ${span[SAYS] || span[STATE]}\n${seconds(span[FROM])} to ` +
-    `${seconds(span[TO])} s, ${duration(span[TO] - span[FROM])}` };
+    `${seconds(span[TO])} s, ${duration(span[TO] - span[FROM])}${further}` };
 }
 
 function nearest(numbers, t, reach) {
