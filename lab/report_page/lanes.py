@@ -1,28 +1,14 @@
 """What is drawn of a recording: lanes with spans, marks and gaps, and messages between lifelines."""
 
-import pathlib
 import re
 
 from report_page import texts
 
-HEADER = pathlib.Path(__file__).parents[2] / "src/wan/items.h"
 CONFLICT_FLAG = "UPLINKD_DETECT_WAN_NET_SEG_INVALID"
 WLAN_LINKED = 4
 DEFAULT_WAN_PORT = 3
 # A recording with more programs than a router has gets no picture of any height: the rest share a row.
 MOST_ROWS, OTHERS = 32, "(others)"
-
-
-def item_names():
-    """Name of each item by its number, with those of the additional wired WANs, as wired_item() of the
-    header has them."""
-    names = {}
-    for name, number in re.findall(r"int DI_(?:IFA_)?(\w+) = (\d+);", HEADER.read_text()):
-        names[int(number)] = name
-        if name.startswith("WIRED_WAN_"):
-            for index in range(1, 8):
-                names[(index + 260) * 1000 + int(number) - 201100] = f"{name}_{index}"
-    return names
 
 
 # What a lane shows for the values of its items: a state, and a text to go with it. No state, no span.
@@ -62,7 +48,7 @@ def conflict(flag):
 
 
 def uplink_rows():
-    """Group, label, names of the items, what they show."""
+    """Group, label, names of the items, what they show. (The wireless bands share an address.)"""
     rows = [("mobile network", "network state", ["MOBILE_NETSTATUS"], first_digit),
             ("mobile network", "address", ["MOBILE_IP", "MOBILE_IPV6_IP"], addresses),
             ("mobile network", "connection verdict", ["MOBILE_CONNSTATUS"], first_digit),
@@ -115,7 +101,6 @@ class Drawing:
 
     def __init__(self, recording):
         self.end = recording.end
-        self.names = item_names()
         self.values, self.missed = {}, {}
         self.live, self.before = False, 0.0
         self.lifelines, self.messages, self.gaps = ["uplinkd"], [], []
@@ -171,7 +156,7 @@ class Drawing:
 
     def changed(self, number, event):
         kind = event["kind"]
-        key = (kind, self.names.get(event["id"], event["name"]) if kind == "item" else event["name"])
+        key = (kind, event["name"])
         self.values[key] = event.get("new") or ""
         for lane in self.by_key.get(key, ()):
             lane.update(event["t"], self.values, number)
@@ -241,9 +226,11 @@ class Drawing:
 
 
 def free_row(rows, label):
-    """The first lane in which nothing is open, so that what overlaps lies side by side."""
+    """The first lane in which nothing is open, so that what overlaps lies side by side; within limits."""
     for lane in rows:
         if not lane.open:
             return lane
+    if len(rows) == MOST_ROWS:
+        return rows[-1]
     rows.append(Lane("processes", label if not rows else f"{label} ({len(rows) + 1})"))
     return rows[-1]

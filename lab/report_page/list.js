@@ -19,8 +19,11 @@ function fillList() {
 }
 
 function drawList() {
-  const first = paper ? 0 : Math.max(0, Math.floor(list.scrollTop / ROW) - 10);
-  const last = paper ? lines.length : first + Math.ceil(list.clientHeight / ROW) + 20;
+  const high = Math.ceil(list.clientHeight / ROW);
+  // (A list that has become shorter is still scrolled to where it was.)
+  const top = Math.min(Math.floor(list.scrollTop / ROW), lines.length - high);
+  const first = paper ? 0 : Math.max(0, top - 10);
+  const last = paper ? lines.length : first + high + 20;
   const shown = document.createDocumentFragment();
   for (const line of lines.slice(first, last)) shown.append(Array.isArray(line) ? furtherRow(...line) : eventRow(line));
   seen.style.transform = `translateY(${first * ROW}px)`;

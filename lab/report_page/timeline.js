@@ -165,14 +165,14 @@ function arrow(pen, x, from, to, accepted) {
   pen.setLineDash(accepted ? [] : [3, 3]);
   pen.lineWidth = 1.5;
   pen.beginPath();
-  pen.moveTo(x, from);
-  pen.lineTo(x, to);
+  pen.moveTo(x + 0.5, from); // the middle of a pixel
+  pen.lineTo(x + 0.5, to);
   pen.stroke();
   pen.setLineDash([]);
   pen.beginPath();
-  pen.moveTo(x, to);
-  pen.lineTo(x - 3.5, to + head);
-  pen.lineTo(x + 3.5, to + head);
+  pen.moveTo(x + 0.5, to);
+  pen.lineTo(x - 3, to + head);
+  pen.lineTo(x + 4, to + head);
   pen.fill();
 }
 

@@ -1,7 +1,6 @@
 """A browser without a window, for the pages that lab/report makes."""
 
 import contextlib
-import os
 import shutil
 import sys
 
@@ -33,7 +32,7 @@ def browser(width, height):
                  "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1", "--force-color-profile=srgb"):
         options.add_argument(word)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
-    service = Service(shutil.which("chromedriver"), log_path=os.devnull)
+    service = Service(shutil.which("chromedriver"))
     driver = webdriver.Chrome(service=service, options=options)
     try:
         # The size of the page itself, whatever the window has around it.
