@@ -67,11 +67,11 @@ def uplink_rows():
 
 
 class Lane:
-    """Spans are [from, to, state, text, event], gaps [from, to, event], marks events."""
+    """Spans are [from, to, state, text, event]; `marks` and `missed` are events."""
 
     def __init__(self, group, label, keys=(), shows=None):
         self.group, self.label, self.keys, self.shows = group, label, keys, shows
-        self.spans, self.gaps, self.marks = [], [], []
+        self.spans, self.marks, self.missed = [], [], []
         self.open = None
 
     def begin(self, t, state, text, event):
@@ -92,7 +92,7 @@ class Lane:
         self.begin(t, state, texts.visible(text), event)
 
     def is_empty(self):
-        return not (self.spans or self.gaps or self.marks)
+        return not (self.spans or self.marks or self.missed)
 
 
 class Drawing:
@@ -101,7 +101,7 @@ class Drawing:
 
     def __init__(self, recording):
         self.end = recording.end
-        self.values, self.missed = {}, {}
+        self.values = {}
         self.live, self.before = False, 0.0
         self.lifelines, self.messages, self.gaps = ["uplinkd"], [], []
         self.decided = Lane("arbitration", "rule that decided")
@@ -140,17 +140,16 @@ class Drawing:
             self.daemon.close(t)
             if event["state"] == "started":
                 self.forget_batches(t)
-            if event["state"] in ("running", "started"):
+            if event["state"] != "ended":
                 self.daemon.begin(t, "process", f"pid {event['pid']}", number)
         elif kind == "client":
             self.client(number, event)
         elif kind == "batch":
             self.batch(number, event)
         elif kind == "missed":
-            key = (event["what"], event["name"])
-            lanes = self.by_key.get(key) or [self.others.get(key[0], self.others["item"])]
-            self.end_gap(key, t)
-            self.missed[key] = [(lane, t, number) for lane in lanes]
+            lanes = self.by_key.get((event["what"], event["name"]))
+            for lane in lanes or [self.others.get(event["what"], self.others["item"])]:
+                lane.missed.append(number)
         elif kind == "overflow":
             self.gaps.append([self.before, t, number])
 
@@ -162,11 +161,6 @@ class Drawing:
             lane.update(event["t"], self.values, number)
         if self.live and key not in self.by_key:
             self.others[kind].marks.append(number)
-        self.end_gap(key, event["t"])
-
-    def end_gap(self, key, t):
-        for lane, since, number in self.missed.pop(key, ()):
-            lane.gaps.append([since, t, number])
 
     def message(self, number, event):
         peer = texts.visible(event["from" if event["kind"] == "received" else "to"])
@@ -184,7 +178,7 @@ class Drawing:
         key = (name, event["pid"])
         if key in self.running:
             self.running.pop(key).close(event["t"])
-        if event["state"] in ("running", "started"):
+        if event["state"] != "ended":
             if name not in self.clients and len(self.clients) >= MOST_ROWS:
                 name = OTHERS
             rows = self.clients.setdefault(name, [])
@@ -214,14 +208,11 @@ class Drawing:
         self.waiting.clear()
 
     def finish(self):
-        for key in list(self.missed):
-            self.end_gap(key, self.end)
         rows = [self.decided, *self.signals, self.daemon, *self.batches]
         rows += [lane for lanes in self.clients.values() for lane in lanes]
         rows += dict.fromkeys(self.others.values())
         for lane in rows:
             lane.close(self.end)
-            lane.gaps.sort()
         self.lanes = [lane for lane in rows if not lane.is_empty()]
 
 

@@ -37,7 +37,7 @@ function eventRow(event) {
   row.dataset.event = event;
   row.classList.toggle("selected", event === state.selected);
   row.classList.toggle("start", event < started);
-  row.classList.toggle("severe", kind === "log" && level <= SEVERE);
+  row.classList.toggle("severe", kind === "log" && level === REFUSED);
   const said = make("span", "text");
   const fold = kind === "batch" && further.length ? (state.expanded.has(event) || paper ? "▾ " : "▸ ") : "";
   said.append(fold, highlighted(text));

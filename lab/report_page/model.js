@@ -5,7 +5,7 @@ const [FROM, TO, STATE, SAYS, EVENT] = [0, 1, 2, 3, 4]; // of a span; a gap has 
 const events = data.events;
 const kindOf = (event) => data.kinds[events[event][KIND]];
 const BATCH = data.kinds.indexOf("batch");
-const SEVERE = 1; // the levels of log lines up to this one are faults
+const REFUSED = 1; // the level of log lines about what the daemon has refused; 0 are events
 
 // The first place in SORTED from which on AFTER holds.
 function firstWhere(sorted, after) {

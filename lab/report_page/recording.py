@@ -141,4 +141,4 @@ def is_a(form, value):
         return isinstance(value, list) and all(isinstance(line, str) for line in value)
     if isinstance(value, bool) or not isinstance(value, int if form == NUMBER else (int, float)):
         return False
-    return abs(value) < 1e15 if form == NUMBER else 0 <= value < 1e9
+    return abs(value) < 2 ** 64 if form == NUMBER else 0 <= value < 1e9

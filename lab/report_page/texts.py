@@ -50,6 +50,13 @@ def batch(event):
     return f"{event['owner']}: {event['state']}"
 
 
+def log(event):
+    """The daemon's own lines, most of all, without what they all begin with."""
+    if event["program"] == "UPLINKD":
+        return event["text"].removeprefix("[uplinkd] ")
+    return f"{event['program']}: {event['text']}"
+
+
 def sent(event):
     return f"{message_name(event)} to {event['to']}" + ("" if event["accepted"] else ", which was not accepted")
 
@@ -63,7 +70,7 @@ ONE_LINE = {
     "client": lambda event: f"{event['client']} of WAN {event['wan']}, pid {event['pid']}: {event['state']}",
     "decision": lambda event: f"priority {event['priority']}: {event['text']}",
     "live": lambda event: "the state at the start ends here",
-    "log": lambda event: f"{event['program']}: {event['text']}",
+    "log": log,
     "received": lambda event: f"{message_name(event)} from {event['from']}",
     "sent": sent,
     "batch": batch,

@@ -96,7 +96,7 @@ function drawTimeline() {
 }
 
 function drawLane(pen, row) {
-  const { spans, gaps, marks } = row.lane;
+  const { spans, marks, missed } = row.lane;
   const top = row.y + 3, high = row.height - 6;
   for (let i = firstWhere(spans, (span) => span[TO] >= state.from); i < spans.length && spans[i][FROM] <= state.to;) {
     const span = spans[i];
@@ -116,18 +116,18 @@ function drawLane(pen, row) {
     const event = events[marks[i]];
     if (event[T] > state.to) break;
     const x = Math.round(xOf(event[T]));
-    const severe = data.kinds[event[KIND]] === "log" && event[LEVEL] <= SEVERE;
+    const severe = data.kinds[event[KIND]] === "log" && event[LEVEL] === REFUSED;
     if (x === last && !severe) continue;
     pen.fillStyle = severe ? colours.alarm : colours.value;
     pen.fillRect(x, severe ? top - 2 : top + 2, 1.5, severe ? high + 4 : high - 4);
     last = x;
   }
-  for (const gap of gaps) drawGap(pen, gap, top, high);
+  for (const event of missed) drawGap(pen, [events[event][T], events[event][T]], top, high);
 }
 
 function drawGap(pen, gap, top, high) {
   if (gap[TO] < state.from || gap[FROM] > state.to) return;
-  const left = Math.max(xOf(gap[FROM]), -4), wide = Math.max(Math.min(xOf(gap[TO]), width + 4) - left, 3);
+  const left = Math.max(xOf(gap[FROM]), -4), wide = Math.max(Math.min(xOf(gap[TO]), width + 4) - left, 6);
   pen.globalAlpha = 0.72;
   pen.fillStyle = colours.back;
   pen.fillRect(left, top, wide, high);
@@ -249,8 +249,8 @@ function under(x, y) {
     return nearest(data.messages.filter(([, from, to]) => !row.lifeline || (from || to) === row.lifeline)
       .map((message) => message[0]), t, reach);
   const mark = nearest(row.lane.marks, t, reach);
-  const gap = row.lane.gaps.find((each) => t >= each[FROM] - reach && t <= each[TO] + reach);
-  if (gap) return { event: gap[2], text: events[gap[2]][TEXT], span: gap };
+  const missed = nearest(row.lane.missed, t, reach);
+  if (missed) return missed;
   const { spans } = row.lane;
   const span = spans[firstWhere(spans, (each) => each[TO] >= t - reach / 2)];
   if (!span || span[FROM] > t + reach) return mark;

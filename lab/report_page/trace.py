@@ -41,13 +41,8 @@ def lane_events(recording, drawing):
         yield named("thread_name", pid, tid, lane.label)
         for begin, end, state, text, number in lane.spans:
             yield span(pid, tid, begin, end, text or state, recording.events[number])
-        for number in lane.marks:
+        for number in lane.marks + lane.missed:
             yield instant(pid, tid, "t", recording.events[number])
-        for begin, end, number in lane.gaps:
-            # Beside the lane's spans, which it may overlap.
-            both = {"pid": pid, "tid": tid, "cat": "missed", "name": f"{lane.label}: missed", "id": number}
-            yield {**both, "ph": "b", "ts": microseconds(begin)}
-            yield {**both, "ph": "e", "ts": microseconds(end)}
 
 
 def message_events(recording, drawing):
@@ -72,5 +67,9 @@ def instant(pid, tid, scope, event):
 
 
 def moments(recording, drawing):
+    """What concerns all lanes: where events are lost. (A gap may cross the spans beside it.)"""
     for begin, end, number in drawing.gaps:
+        both = {"pid": 1000, "tid": 1, "cat": "overflow", "name": "events are lost", "id": number}
+        yield {**both, "ph": "b", "ts": microseconds(begin)}
+        yield {**both, "ph": "e", "ts": microseconds(end)}
         yield instant(1000, 1, "g", recording.events[number])

@@ -60,7 +60,7 @@ class Story:
         self.log("detect wan_port_status change form 0 to 1").items(WIRED_WAN_NETSTATUS="1")
         self.batch(0.31, "uplinkd_process_wired_up", "killall udhcpc >/dev/null 2>&1",
                    "udhcpc -i eth1 -s /tmp/.udhcpc_v4_wan0.script -p /tmp/.udhcpc_v4_wan0.pid >/dev/null 2>&1 &")
-        self.client(pid, "started").at(self.t + 2.1)
+        self.client(pid, "started").at(self.t + 0.9).client(pid, "ended").client(pid + 1, "background").at(self.t + 1.2)
         self.items(WIRED_WAN_IP=address, WIRED_WAN_NETMASK="255.255.255.0")
         return self.received(0x5304, "WAN_SETUP_COMPLETED", "unknown")
 
@@ -68,7 +68,7 @@ class Story:
         self.items(PORT_STATUS_LIST="0,0,0,0,0,0,0,0").received(0x5303, "WAN_WIRED_MODE_CHANGE", "portwatch")
         self.items(WIRED_WAN_NETSTATUS="0")
         self.batch(0.12, "uplinkd_process_wired_down", "killall udhcpc >/dev/null 2>&1", "ip addr flush dev eth1")
-        self.client(pid, "ended").items(WIRED_WAN_IP="", WIRED_WAN_NETMASK="", WIRED_WAN_CONNSTATUS="0")
+        self.client(pid + 1, "ended").items(WIRED_WAN_IP="", WIRED_WAN_NETMASK="", WIRED_WAN_CONNSTATUS="0")
         return self.sent(0x5202, "WAN_LINK_BROKEN", "linkprobe")
 
 
