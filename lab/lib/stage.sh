@@ -2,7 +2,7 @@
 # the checkout lies, and starts it here, in a guest, or on an arm64 machine.
 #
 # stage.sh PLACE LIMIT TOOLS NAME=VALUE...: LIMIT is in seconds or empty; the rest is for the world.
-# Descriptors: 3 the lab, 4 the programs, 5 the daemon's source, 6 what a machine boots, 7 the scenario.
+# Descriptors: 3 the lab, 4 the programs, 6 what a machine boots, 7 the scenario.
 place=$1 tools=$3 limit=()
 [ -z "$2" ] || limit=(timeout -k 5 "$2")
 shift 3
@@ -13,7 +13,6 @@ mkdir -p /run/lab/{scenarios,tools}
 cp -R /proc/self/fd/3/{lib,router} /run/lab/
 for tool in $tools; do cp "/proc/self/fd/4/$tool" /run/lab/tools/; done
 [ ! -e /proc/self/fd/4/fast_sleep.so ] || cp /proc/self/fd/4/fast_sleep.so /run/lab/tools/
-cat /proc/self/fd/5/{wan/items,base/messages}.h >/run/lab/constants.h
 cp /proc/self/fd/7 "/run/lab/scenarios/$scenario"
 printf '%q\n' "$@" >/run/lab/play
 
@@ -31,7 +30,7 @@ namespaces) exec bash /run/lab/lib/world.sh ;;
 guest)
     mkdir /run/lab/unpacked
     mount --bind /proc/self/fd/6/ /run/lab/unpacked
-    exec 3<&- 4<&- 5<&- 6<&- 7<&-
+    exec 3<&- 4<&- 6<&- 7<&-
     # Its two processes take turns, which costs half as much on one processor. Its memory is a file in /run.
     processor=$(awk '{ print $39 }' /proc/self/stat)
     HOME=/run TMPDIR=/run exec taskset -c "$processor" "${limit[@]}" /run/lab/unpacked/usr/bin/linux.uml mem=256M \

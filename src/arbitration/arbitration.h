@@ -59,26 +59,51 @@ struct arbitration_decision {
     arbitration_rule rule;
 };
 
-constexpr arbitration_decision arbitrate_mobile_first(const arbitration_inputs &in) {
-    using enum arbitration_rule;
-    if (!in.mobile_up)
-        return {NETWORK_PRIORITY_WAN, mobile_first_mobile_down};
-    if (in.mobile_connected)
-        return {NETWORK_PRIORITY_MOBILE, mobile_first_mobile_connected};
-    if (!in.wan_up)
-        return {NETWORK_PRIORITY_MOBILE, mobile_first_wan_down};
-    return {NETWORK_PRIORITY_WAN, mobile_first_wan_instead};
-}
+// A rule of a mix mode: it applies when a fact is as it says; the last one always does.
+struct arbitration_rung {
+    bool arbitration_inputs::*fact; // null: always
+    bool wanted;
+    arbitration_decision decision;
+};
 
-constexpr arbitration_decision arbitrate_wan_first(const arbitration_inputs &in) {
-    using enum arbitration_rule;
-    if (!in.wan_up)
-        return {NETWORK_PRIORITY_MOBILE, wan_first_wan_down};
-    if (in.wan_connected)
-        return {NETWORK_PRIORITY_WAN, wan_first_wan_connected};
-    if (!in.mobile_up)
-        return {NETWORK_PRIORITY_WAN, wan_first_mobile_down};
-    return {NETWORK_PRIORITY_MOBILE, wan_first_mobile_instead};
+using arbitration_ladder = std::array<arbitration_rung, 4>;
+
+inline constexpr arbitration_ladder MOBILE_FIRST_LADDER = {{
+    {&arbitration_inputs::mobile_up,
+     false,
+     {NETWORK_PRIORITY_WAN, arbitration_rule::mobile_first_mobile_down}},
+    {&arbitration_inputs::mobile_connected,
+     true,
+     {NETWORK_PRIORITY_MOBILE, arbitration_rule::mobile_first_mobile_connected}},
+    {&arbitration_inputs::wan_up,
+     false,
+     {NETWORK_PRIORITY_MOBILE, arbitration_rule::mobile_first_wan_down}},
+    {nullptr, true, {NETWORK_PRIORITY_WAN, arbitration_rule::mobile_first_wan_instead}},
+}};
+
+inline constexpr arbitration_ladder WAN_FIRST_LADDER = {{
+    {&arbitration_inputs::wan_up,
+     false,
+     {NETWORK_PRIORITY_MOBILE, arbitration_rule::wan_first_wan_down}},
+    {&arbitration_inputs::wan_connected,
+     true,
+     {NETWORK_PRIORITY_WAN, arbitration_rule::wan_first_wan_connected}},
+    {&arbitration_inputs::mobile_up,
+     false,
+     {NETWORK_PRIORITY_WAN, arbitration_rule::wan_first_mobile_down}},
+    {nullptr, true, {NETWORK_PRIORITY_MOBILE, arbitration_rule::wan_first_mobile_instead}},
+}};
+
+// The first rung that applies. (Unrolled, so that the daemon has comparisons instead of the table.)
+template <const arbitration_ladder &LADDER>
+constexpr arbitration_decision climb(const arbitration_inputs &in) {
+    const auto applies = [&](const arbitration_rung &rung) {
+        return rung.fact == nullptr || in.*rung.fact == rung.wanted;
+    };
+    return applies(LADDER[0])   ? LADDER[0].decision
+           : applies(LADDER[1]) ? LADDER[1].decision
+           : applies(LADDER[2]) ? LADDER[2].decision
+                                : LADDER[3].decision;
 }
 
 constexpr arbitration_decision arbitrate(const arbitration_inputs &in) {
@@ -94,8 +119,8 @@ constexpr arbitration_decision arbitrate(const arbitration_inputs &in) {
     default: return {NETWORK_PRIORITY_MOBILE, invalid_mode};
     }
     switch (in.strategy) {
-    case PRIORITY_STRATEGY_MOBILE_FIRST: return arbitrate_mobile_first(in);
-    case PRIORITY_STRATEGY_WAN_FIRST: return arbitrate_wan_first(in);
+    case PRIORITY_STRATEGY_MOBILE_FIRST: return climb<MOBILE_FIRST_LADDER>(in);
+    case PRIORITY_STRATEGY_WAN_FIRST: return climb<WAN_FIRST_LADDER>(in);
     default: return {NETWORK_PRIORITY_MOBILE, invalid_strategy};
     }
 }

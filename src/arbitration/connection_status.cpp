@@ -63,22 +63,27 @@ static void gather_wan_from_settings(wan_parameters &wan) {
     wan.dns2 = setting_text<30>(USR_WAN_SECDNS_V4);
 }
 
-static bool is_connected(const mobile_parameters &mobile) {
-    return is_one(mobile.netstatus) && !(mobile.ipv4.empty() && mobile.ipv6.empty()) &&
-           !(mobile.dns1.empty() && mobile.dns2.empty());
+static missing_piece missing_of(const mobile_parameters &mobile) {
+    if (!is_one(mobile.netstatus))
+        return missing_piece::network;
+    if (mobile.ipv4.empty() && mobile.ipv6.empty())
+        return missing_piece::address;
+    return mobile.dns1.empty() && mobile.dns2.empty() ? missing_piece::dns : missing_piece::none;
 }
 
-static bool is_connected(const wan_parameters &wan) {
-    return is_one(wan.netstatus) && !wan.ipv4.empty() && !wan.netmask.empty() &&
-           !wan.gateway.empty() && !(wan.dns1.empty() && wan.dns2.empty());
+static missing_piece missing_of(const wan_parameters &wan) {
+    if (!is_one(wan.netstatus))
+        return missing_piece::network;
+    if (wan.ipv4.empty())
+        return missing_piece::address;
+    if (wan.netmask.empty())
+        return missing_piece::netmask;
+    if (wan.gateway.empty())
+        return missing_piece::gateway;
+    return wan.dns1.empty() && wan.dns2.empty() ? missing_piece::dns : missing_piece::none;
 }
 
-int uplinkd_update_connstatus() {
-    const int link_detection = get_CFG_int(USR_WAN_LINK_DETECT_SW);
-    const int wan_mode = get_CFG_int(USR_WAN_MODE);
-    if (link_detection != 0)
-        return 0;
-
+connection_verdicts judge_connections(int wan_mode) {
     const text<12> ipmode = setting_text<12>(USR_WAN_IPMODE);
     const text<8> pdp_type = setting_text<8>(USR_APN_PDP_TYPE);
     const uplink *source = uplink_of_mode(wan_mode);
@@ -95,9 +100,23 @@ int uplinkd_update_connstatus() {
         else
             gather_wan_from_settings(wan);
     }
+    return {missing_of(mobile), missing_of(wan)};
+}
 
-    set_devinfo_value_by_id(DI_IFA_MOBILE_CONNSTATUS, is_connected(mobile) ? "1" : "0", 1);
-    set_devinfo_value_by_id(source != nullptr ? source->connstatus_id : WIRED_UPLINK.connstatus_id,
-                            is_connected(wan) ? "1" : "0", 1);
+static void store_verdict(int item, missing_piece missing) {
+    set_devinfo_value_by_id(item, missing == missing_piece::none ? "1" : "0", 1);
+}
+
+int uplinkd_update_connstatus() {
+    const int link_detection = get_CFG_int(USR_WAN_LINK_DETECT_SW);
+    const int wan_mode = get_CFG_int(USR_WAN_MODE);
+    if (link_detection != 0)
+        return 0;
+
+    const connection_verdicts verdicts = judge_connections(wan_mode);
+    const uplink *source = uplink_of_mode(wan_mode);
+    store_verdict(DI_IFA_MOBILE_CONNSTATUS, verdicts.mobile);
+    store_verdict(source != nullptr ? source->connstatus_id : WIRED_UPLINK.connstatus_id,
+                  verdicts.wan);
     return 0;
 }

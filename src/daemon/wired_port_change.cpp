@@ -3,8 +3,6 @@
 
 #include "daemon/wired_port_change.h"
 
-#include <array>
-
 #include "arbitration/connection_status.h"
 #include "base/log_forms.h"
 #include "base/messages.h"
@@ -16,46 +14,11 @@
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
 #include "wan/uplinks.h"
-
-namespace {
-
-constexpr int PORT_COUNT = 8;
-constexpr int DEFAULT_WAN_PORT = 3;
-constexpr int PORT_LINKED = 1;
-
-using port_states = std::array<int, PORT_COUNT>;
-
-} // namespace
+#include "wan/wan_port.h"
 
 // The states at the last evaluation that was not skipped.
 static port_states uplinkd_wan_port_last_status UPLINKD_GUARDED_BY(uplinkd_handler_mutex) = {
     -1, -1, -1, -1, -1, -1, -1, -1};
-
-static size_t wan_port() {
-    const char digit = item_text<2>(DI_WAN_PORT_INDEX).chars[0];
-    return static_cast<size_t>(digit >= '0' && digit < '0' + PORT_COUNT ? digit - '0'
-                                                                        : DEFAULT_WAN_PORT);
-}
-
-// States that a short or malformed list does not give are 0; an empty list gives -1 throughout.
-static port_states read_port_states() {
-    text<32> list = item_text<32>(DI_PORT_STATUS_LIST);
-    if (list.empty())
-        list = {"-1,-1,-1,-1,-1,-1,-1,-1"};
-    port_states states = {};
-    const char *rest = list.c_str();
-    for (int &state : states) {
-        char *end;
-        const int number = to_int(rest, &end);
-        if (end == rest)
-            break;
-        state = number;
-        if (*end != ',')
-            break;
-        rest = end + 1;
-    }
-    return states;
-}
 
 int wan_wired_status_change_handler() {
     const size_t port = wan_port();

@@ -58,8 +58,8 @@ static subnet read_subnet(const side &side, int idx) {
             setting_text<32>(side.key_of(side.netmask_key, idx).c_str())};
 }
 
-// The search both checks share; logs in their name.
-static int find_conflict(const side &side, const char *wan_addr, const char *wan_mask,
+// The search both checks share; logs in their name. FOUND, if given, receives the index.
+static int find_conflict(const side &side, const char *wan_addr, const char *wan_mask, int *found,
                          log_site site = caller_site()) {
     if (wan_addr == nullptr || wan_mask == nullptr)
         return -1;
@@ -84,18 +84,22 @@ static int find_conflict(const side &side, const char *wan_addr, const char *wan
                              "wan_addrv4:(%s), wan_maskv4:(%s)",
                              side.conflict_prefix, idx, lan.address.c_str(), lan.netmask.c_str(),
                              wan_addr, wan_mask);
+            if (found != nullptr)
+                *found = idx;
             return 1;
         }
     }
     return 0;
 }
 
-int uplinkd_process_is_addrv4_conflict_with_lan(const char *wan_addr, const char *wan_mask) {
-    return find_conflict(LAN, wan_addr, wan_mask);
+int uplinkd_process_is_addrv4_conflict_with_lan(const char *wan_addr, const char *wan_mask,
+                                                int *found) {
+    return find_conflict(LAN, wan_addr, wan_mask, found);
 }
 
-int uplinkd_process_is_addrv4_conflict_with_v_lan(const char *wan_addr, const char *wan_mask) {
-    return find_conflict(VLAN, wan_addr, wan_mask);
+int uplinkd_process_is_addrv4_conflict_with_v_lan(const char *wan_addr, const char *wan_mask,
+                                                  int *found) {
+    return find_conflict(VLAN, wan_addr, wan_mask, found);
 }
 
 // One group of up to eight digits, as strtoul reads it.

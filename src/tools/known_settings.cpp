@@ -40,10 +40,10 @@ constexpr values PPP_USER = of_kind(kind::ppp_user);
 constexpr values PPP_PASSWORD = of_kind(kind::ppp_password);
 
 constexpr setting SETTINGS[] = {
-#define SETTING(key, indexes, values, fallback, otherwise, effect)                                 \
+#define ROW(key, indexes, values, fallback, otherwise, effect)                                     \
     {indexes, values, #key "\0" fallback "\0" otherwise "\0" effect},
-#include "wan/settings.def"
-#undef SETTING
+    UPLINKD_SETTINGS(ROW)
+#undef ROW
 };
 
 constexpr std::string_view DIGITS = "0123456789";

@@ -1,4 +1,4 @@
-// The settings that the daemon knows, as data: wan/settings.def with all its texts.
+// The settings that the daemon knows, as data: wan/setting_keys.h with all its texts.
 #pragma once
 
 #include <span>

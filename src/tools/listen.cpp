@@ -2,6 +2,7 @@
 //
 // The records are printed on the bus library's thread, which ends the process itself after the last
 // one; the main thread only keeps the time.
+#include <cctype>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +14,7 @@
 #include "platform/log.h"
 #include "platform/mutex.h"
 #include "tools/cli.h"
+#include "tools/names.h"
 #include "tools/uplinkctl.h"
 
 namespace {
@@ -21,6 +23,7 @@ struct request {
     int app_id = 0;
     int records = 0; // 0: no limit
     int seconds = 0; // 0: no limit
+    bool names = false;
 };
 
 struct output_t {
@@ -48,10 +51,15 @@ int payload_length(const uplinkd_msg_t &record) {
 
 int print_record(const uplinkd_msg_t *record) {
     mutex_guard hold(output.lock);
-    char line[80];
-    snprintf(line, sizeof line, "0x%04X from %d bcast %d payload %d\n",
-             static_cast<unsigned>(record->msg_id), record->src_app_id, record->bcast_marker,
-             payload_length(*record));
+    char line[160];
+    int length = snprintf(line, sizeof line, "0x%04X from %d bcast %d payload %d",
+                          static_cast<unsigned>(record->msg_id), record->src_app_id,
+                          record->bcast_marker, payload_length(*record));
+    if (output.wanted.names)
+        length += snprintf(line + length, sizeof line - static_cast<size_t>(length), " %s from %s",
+                           names::message_label(record->msg_id).c_str(),
+                           get_app_name_by_id(record->src_app_id));
+    snprintf(line + length, sizeof line - static_cast<size_t>(length), "\n");
     const int status = cli::print(line);
     output.printed++;
     if (status != cli::DONE || output.printed == output.wanted.records)
@@ -60,8 +68,10 @@ int print_record(const uplinkd_msg_t *record) {
 }
 
 int parse_request(operands given, request &wanted) {
-    if (!cli::parse_decimal(given[0], wanted.app_id) || wanted.app_id <= 0)
-        return cli::wrong_usage("'%s' is no application ID", given[0]);
+    if (!names::parse_application(given[0], wanted.app_id))
+        return cli::wrong_usage("'%s' is no application", given[0]);
+    // Scripts that give the number rely on the bare line.
+    wanted.names = !isdigit(static_cast<unsigned char>(given[0][0]));
     for (given = given.subspan(1); !given.empty(); given = given.subspan(2)) {
         const std::string_view option{given[0]};
         if ((option != "-n" && option != "-t") || given.size() < 2)
@@ -92,9 +102,9 @@ int listen_to_bus(operands given) {
         mutex_guard hold(output.lock);
         output.wanted = wanted;
         if (init_sockmsg(wanted.app_id, print_record, 0) != 0)
-            return cli::failure("cannot register application %d: it is registered already, or the "
+            return cli::failure("cannot register application %s: it is registered already, or the "
                                 "bus cannot be used",
-                                wanted.app_id);
+                                names::application_label(wanted.app_id).c_str());
         if (cli::print("ready\n") != cli::DONE)
             leave(wanted.app_id, cli::FAILED);
     }

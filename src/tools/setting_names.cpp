@@ -16,7 +16,7 @@ std::string_view words_of(const setting &one) {
     case kind::on_off: return "0 1";
     case kind::ip_version: return "ipv4 ipv6 ipv4v6";
     case kind::ipv4_mode: return "dhcp static linkPPP";
-    case kind::pdp_type: return "IPV4 IPV6 IPV4V6";
+    case kind::pdp_type: return "IPV6 IPV4V6";
     case kind::number:
     case kind::vlan_id:
     case kind::quad:

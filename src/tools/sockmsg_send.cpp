@@ -5,9 +5,11 @@
 
 #include "platform/bus.h"
 #include "tools/cli.h"
+#include "tools/names.h"
 
 static constexpr char HELP[] = R"(Usage: sockmsg_send -d APP -m MSG
-Sends message MSG (decimal or 0x...) without payload to application APP.
+Sends message MSG without payload to application APP. MSG is a number (decimal or
+0x...) or a name, and so is APP: sockmsg_send -d uplinkd -m WAN_STATUS_CHANGE
 )";
 
 static const char *why_refused(int error) {
@@ -26,8 +28,10 @@ static int send(int application, int message_id) {
     errno = 0;
     if (sockmsg_send_common_msg(application, &message) >= 0)
         return cli::DONE;
-    return cli::failure("application %d did not take message 0x%04X: %s", application,
-                        static_cast<unsigned>(message_id), why_refused(errno));
+    const char *const reason = why_refused(errno);
+    return cli::failure("application %s did not take message %s: %s",
+                        names::application_label(application).c_str(),
+                        names::message_label(message_id).c_str(), reason);
 }
 
 int main(int argc, char **argv) {
@@ -42,11 +46,11 @@ int main(int argc, char **argv) {
     opterr = 0;
     for (int option; (option = getopt(argc, argv, "d:m:")) != -1;) {
         if (option == 'd') {
-            if (!cli::parse_decimal(optarg, application) || application <= 0)
-                return cli::wrong_usage("'%s' is no application ID", optarg);
+            if (!names::parse_application(optarg, application))
+                return cli::wrong_usage("'%s' is no application", optarg);
         } else if (option == 'm') {
-            if (!cli::parse_decimal_or_hex(optarg, message_id))
-                return cli::wrong_usage("'%s' is no message ID", optarg);
+            if (!names::parse_message(optarg, message_id))
+                return cli::wrong_usage("'%s' is no message", optarg);
             has_message = true;
         } else {
             return cli::wrong_usage("expected -d APP -m MSG");

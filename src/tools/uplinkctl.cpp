@@ -43,6 +43,8 @@ static constexpr struct {
      "show the records sent to an application"},
     {"names", "settings", 0, 0, name_settings, "names settings",
      "print what settings there are, for scripts"},
+    {"names", "", 1, 1, print_names, "names items|messages|applications|flags",
+     "print what there is: number, name, meaning"},
     {"explain", "", 0, 0, explain_priority, "explain", "show which uplink has priority, and why"},
 };
 

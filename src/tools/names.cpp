@@ -1,0 +1,268 @@
+#include "tools/names.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <strings.h>
+
+#include "platform/bus.h"
+#include "tools/cli.h"
+#include "tools/uplinkctl.h"
+#include "wan/flags.h"
+#include "wan/modes.h"
+
+namespace names {
+
+namespace {
+
+constexpr item_row ITEMS[] = {
+#define ROW(constant, id, writer, meaning) {#constant, id, item_writer::writer, meaning},
+    UPLINKD_ITEMS(ROW)
+#undef ROW
+};
+
+constexpr struct message_row {
+    const char *constant;
+    int id;
+    message_direction direction;
+    const char *peers, *meaning;
+} MESSAGES[] = {
+#define ROW(constant, id, direction, peers, meaning)                                               \
+    {#constant, id, message_direction::direction, peers, meaning},
+    UPLINKD_MESSAGES(ROW)
+#undef ROW
+};
+
+constexpr struct {
+    int id;
+    const char *role;
+} APPLICATIONS[] = {
+#define ROW(constant, id, role) {id, role},
+    UPLINKD_APPLICATIONS(ROW)
+#undef ROW
+};
+
+constexpr struct {
+    const char *name, *meaning;
+} FLAGS[] = {
+#define ROW(constant, name, meaning) {name, meaning},
+    UPLINKD_FLAGS(ROW)
+#undef ROW
+};
+
+constexpr const char *WRITERS[] = {"router", "daemon", "client", "shared"};
+constexpr const char *DIRECTIONS[] = {"received", "sent", "both"};
+
+// What one item's number has to do with that of index 0.
+constexpr bool is_of_wired_wan(int id) {
+    return id / 100 == 2011 && id != DI_IFA_WIRED_WAN_MAC && id != DI_IFA_WIRED_WAN_CONNSTATUS &&
+           id != DI_IFA_WAN_PRIORITY;
+}
+
+const char *without(const char *prefix, const char *constant) {
+    const size_t length = strlen(prefix);
+    return strncmp(constant, prefix, length) == 0 ? constant + length : constant;
+}
+
+const char *short_item_name(const char *constant) {
+    return without("DI_", without("DI_IFA_", constant));
+}
+
+const char *short_message_name(const char *constant) {
+    // The one name that would be another's without its beginning.
+    if (strncmp(constant, "PEER_", 5) == 0)
+        return constant;
+    for (const char *infix : {"_MSG_ID_", "_MSG_"})
+        if (const char *at = strstr(constant, infix))
+            return at + strlen(infix);
+    return constant;
+}
+
+bool is_called(const char *text, const char *constant, const char *short_name) {
+    return strcasecmp(text, constant) == 0 || strcasecmp(text, short_name) == 0;
+}
+
+labelled label(const char *number, const name_text &name) {
+    labelled text;
+    snprintf(text.data(), sizeof text.chars, name.empty() ? "%s" : "%s (%s)", number, name.c_str());
+    return text;
+}
+
+bool find_item_name(const char *name, int &id) {
+    for (const item_row &row : ITEMS) {
+        if (is_called(name, row.constant, short_item_name(row.constant))) {
+            id = row.id;
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+const item_row *item_at(size_t position) {
+    return position < sizeof ITEMS / sizeof *ITEMS ? &ITEMS[position] : nullptr;
+}
+
+const item_row *find_item(int id, int &wan_index) {
+    wan_index = 0;
+    const int thousand = id / 1000 - 260;
+    if (thousand >= 1 && thousand <= MAX_RECORD_INDEX) {
+        wan_index = thousand;
+        id = 201100 + id % 1000;
+        if (!is_of_wired_wan(id))
+            return nullptr;
+    }
+    for (const item_row &row : ITEMS)
+        if (row.id == id)
+            return &row;
+    return nullptr;
+}
+
+name_text of_item(int id) {
+    int wan_index = 0;
+    const item_row *row = find_item(id, wan_index);
+    name_text name;
+    if (row != nullptr)
+        snprintf(name.data(), sizeof name.chars, wan_index == 0 ? "%s" : "%s_%d",
+                 short_item_name(row->constant), wan_index);
+    return name;
+}
+
+name_text of_message(int id) {
+    for (const message_row &row : MESSAGES)
+        if (row.id == id)
+            return to_text<40>(short_message_name(row.constant));
+    return {};
+}
+
+name_text of_application(int id) {
+    const name_text name = to_text<40>(get_app_name_by_id(id));
+    return strcmp(name.c_str(), "unknown") == 0 ? name_text{} : name;
+}
+
+labelled item_label(int id) {
+    text<16> number;
+    snprintf(number.data(), sizeof number.chars, "%d", id);
+    return label(number.c_str(), of_item(id));
+}
+
+labelled message_label(int id) {
+    text<16> number;
+    snprintf(number.data(), sizeof number.chars, "0x%04X", static_cast<unsigned>(id));
+    return label(number.c_str(), of_message(id));
+}
+
+labelled application_label(int id) {
+    text<16> number;
+    snprintf(number.data(), sizeof number.chars, "%d", id);
+    return label(number.c_str(), of_application(id));
+}
+
+bool parse_item(const char *text, int &id) {
+    if (cli::parse_decimal(text, id) || find_item_name(text, id))
+        return true;
+    const size_t length = strlen(text);
+    name_text base;
+    if (length < 3 || length >= sizeof base.chars || text[length - 2] != '_')
+        return false;
+    const int wan_index = text[length - 1] - '0';
+    memcpy(base.data(), text, length - 2);
+    if (wan_index < 1 || wan_index > MAX_RECORD_INDEX || !find_item_name(base.c_str(), id) ||
+        !is_of_wired_wan(id))
+        return false;
+    id = wired_item(id, wan_index);
+    return true;
+}
+
+bool parse_message(const char *text, int &id) {
+    for (const message_row &row : MESSAGES) {
+        if (is_called(text, row.constant, short_message_name(row.constant))) {
+            id = row.id;
+            return true;
+        }
+    }
+    return cli::parse_decimal_or_hex(text, id);
+}
+
+bool parse_application(const char *text, int &id) {
+    for (const auto &row : APPLICATIONS) {
+        if (strcasecmp(text, get_app_name_by_id(row.id)) == 0) {
+            id = row.id;
+            return true;
+        }
+    }
+    return cli::parse_decimal(text, id) && id > 0;
+}
+
+} // namespace names
+
+using namespace names;
+
+// ---- uplinkctl names
+
+[[gnu::format(printf, 1, 2)]] static int print_row(const char *format, ...) {
+    char line[256];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    return cli::print(line);
+}
+
+static int print_items() {
+    int status = cli::DONE;
+    for (int wan_index = 0; wan_index <= MAX_RECORD_INDEX; wan_index++) {
+        for (const item_row &row : ITEMS) {
+            if (wan_index > 0 && !is_of_wired_wan(row.id))
+                continue;
+            const int id = wan_index == 0 ? row.id : wired_item(row.id, wan_index);
+            if (status == cli::DONE)
+                status = print_row("%d\t%s\t%s\t%s\n", id, of_item(id).c_str(),
+                                   WRITERS[static_cast<size_t>(row.writer)], row.meaning);
+        }
+    }
+    return status;
+}
+
+static int print_messages() {
+    int status = cli::DONE;
+    for (const message_row &row : MESSAGES)
+        if (status == cli::DONE)
+            status =
+                print_row("0x%04X\t%s\t%s\t%s\t%s\n", static_cast<unsigned>(row.id),
+                          of_message(row.id).c_str(),
+                          DIRECTIONS[static_cast<size_t>(row.direction)], row.peers, row.meaning);
+    return status;
+}
+
+static int print_applications() {
+    int status = cli::DONE;
+    for (const auto &row : APPLICATIONS)
+        if (status == cli::DONE)
+            status = print_row("%d\t%s\t%s\n", row.id, get_app_name_by_id(row.id), row.role);
+    return status;
+}
+
+static int print_flags() {
+    int status = cli::DONE;
+    for (const auto &row : FLAGS)
+        if (status == cli::DONE)
+            status = print_row("%s\t%s\n", row.name, row.meaning);
+    return status;
+}
+
+int print_names(operands given) {
+    constexpr struct {
+        std::string_view kind;
+        int (*print)();
+    } KINDS[] = {{"items", print_items},
+                 {"messages", print_messages},
+                 {"applications", print_applications},
+                 {"flags", print_flags}};
+    for (const auto &[kind, print] : KINDS)
+        if (kind == given[0])
+            return print();
+    return cli::wrong_usage("'%s' is no kind of names", given[0]);
+}
