@@ -16,41 +16,45 @@ struct arbitration_inputs {
     bool wan_connected;    // and is connected at the IP level
 };
 
-enum class arbitration_rule {
-    mobile_only_mode,
-    wan_only_mode,
-    invalid_mode,
-    mobile_first_mobile_down,
-    mobile_first_mobile_connected,
-    mobile_first_wan_down,
-    mobile_first_wan_instead,
-    wan_first_wan_down,
-    wan_first_wan_connected,
-    wan_first_mobile_down,
-    wan_first_mobile_instead,
-    invalid_strategy,
-};
+// RULE(name, why in words)
+// clang-format off
+#define UPLINKD_ARBITRATION_RULES(RULE)                                                            \
+    RULE(mobile_only_mode, "the mode uses the mobile network only")                                \
+    RULE(wan_only_mode, "in this mode the WAN always has priority")                                \
+    RULE(invalid_mode, "the WAN mode is invalid")                                                  \
+    RULE(mobile_first_mobile_down, "mobile first, but the mobile network is down")                 \
+    RULE(mobile_first_mobile_connected, "mobile first, and the mobile network is connected")       \
+    RULE(mobile_first_wan_down, "mobile first, not connected, but the WAN is down too")            \
+    RULE(mobile_first_wan_instead, "mobile first, but it is not connected and the WAN is up")      \
+    RULE(wan_first_wan_down, "WAN first, but the WAN is down")                                     \
+    RULE(wan_first_wan_connected, "WAN first, and the WAN is connected")                           \
+    RULE(wan_first_mobile_down, "WAN first, not connected, but the mobile network is down too")    \
+    RULE(wan_first_mobile_instead, "WAN first, but it is not connected and the mobile network is up") \
+    RULE(invalid_strategy, "the priority strategy is invalid")
+// clang-format on
 
-// Why, in words, in the order of the enumeration.
-inline constexpr std::array ARBITRATION_RULE_TEXT = {
-    "the mode uses the mobile network only",
-    "in this mode the WAN always has priority",
-    "the WAN mode is invalid",
-    "mobile first, but the mobile network is down",
-    "mobile first, and the mobile network is connected",
-    "mobile first, not connected, but the WAN is down too",
-    "mobile first, but it is not connected and the WAN is up",
-    "WAN first, but the WAN is down",
-    "WAN first, and the WAN is connected",
-    "WAN first, not connected, but the mobile network is down too",
-    "WAN first, but it is not connected and the mobile network is up",
-    "the priority strategy is invalid",
+enum class arbitration_rule {
+#define RULE(name, why) name,
+    UPLINKD_ARBITRATION_RULES(RULE)
+#undef RULE
 };
-static_assert(ARBITRATION_RULE_TEXT.size() ==
-              static_cast<size_t>(arbitration_rule::invalid_strategy) + 1);
 
 constexpr const char *arbitration_rule_text(arbitration_rule rule) {
-    return ARBITRATION_RULE_TEXT[static_cast<size_t>(rule)];
+    constexpr std::array TEXTS = {
+#define RULE(name, why) why,
+        UPLINKD_ARBITRATION_RULES(RULE)
+#undef RULE
+    };
+    return TEXTS[static_cast<size_t>(rule)];
+}
+
+constexpr const char *arbitration_rule_name(arbitration_rule rule) {
+    constexpr std::array NAMES = {
+#define RULE(name, why) #name,
+        UPLINKD_ARBITRATION_RULES(RULE)
+#undef RULE
+    };
+    return NAMES[static_cast<size_t>(rule)];
 }
 
 // Which uplink carries the router's traffic, and the rule that decided.

@@ -13,8 +13,8 @@
 #include "daemon/wan_mode_change.h"
 #include "platform/flag_store.h"
 #include "wan/flags.h"
+#include "wan/markers.h"
 
-static constexpr const char *SETTINGSD_MARKER = "/tmp/.flag_settingsd_init_finished";
 static constexpr unsigned POLL_SECONDS = 3;
 
 static void wait_settingsd_init_finished() {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <unistd.h>
 
-#define WAN_MODE_SCRIPT "/etc/ebscript/wan_mode_setting.sh"
+#include "wan/markers.h"
 
 int uplinkd_is_wan_mode_script_present() {
     return access(WAN_MODE_SCRIPT, F_OK) == 0 ? 1 : 0;

@@ -9,6 +9,7 @@
 #include "platform/host/settings_file.h"
 #include "tools/cli.h"
 #include "tools/known_settings.h"
+#include "tools/output.h"
 #include "tools/setting_names.h"
 
 static int report(host::settings_result result, const char *key) {
@@ -80,11 +81,12 @@ int config_check(operands) {
         if (found.empty())
             return;
         status = cli::FAILED;
-        if (cli::print(found.c_str()) == cli::DONE)
-            cli::print("\n");
+        output::print("%s\n", found.c_str());
     };
-    const int readable = report(host::list_settings(check_setting), "");
-    return readable != cli::DONE ? readable : status;
+    if (const int readable = report(host::list_settings(check_setting), ""); readable != cli::DONE)
+        return readable;
+    const int written = output::flush();
+    return written != cli::DONE ? written : status;
 }
 
 static int list_settings() {

@@ -8,6 +8,7 @@
 #include "platform/config_store.h"
 #include "tools/cli.h"
 #include "tools/known_settings.h"
+#include "tools/output.h"
 
 namespace settings {
 
@@ -90,30 +91,21 @@ using settings::setting;
 constexpr std::string_view INDENT = "    ";
 constexpr size_t COLUMNS = 79;
 
-// Prints pieces until one cannot be printed.
-struct printer {
-    int status = cli::DONE;
-
-    printer &operator<<(std::string_view piece) {
-        if (status == cli::DONE)
-            status = cli::print(piece);
-        return *this;
-    }
-};
-
-void print_wrapped(printer &out, std::string_view text) {
+void print_wrapped(std::string_view text) {
     constexpr size_t WIDTH = COLUMNS - INDENT.size();
     while (!text.empty()) {
         size_t end = std::min(text.find('\n'), text.size());
         if (end > WIDTH)
             end = text.rfind(' ', WIDTH);
-        out << INDENT << text.substr(0, end) << "\n";
+        output::put(INDENT);
+        output::put(text.substr(0, end));
+        output::put("\n");
         text.remove_prefix(std::min(end + 1, text.size()));
     }
 }
 
 // False if there is none.
-bool print_value(printer &out, const setting &one, int idx) {
+bool print_value_now(const setting &one, int idx) {
     text<COLUMNS> value;
     const settings::key_text key = settings::key_of(one, idx);
     if (cfg_get_item(key.c_str(), value.data(), value.size()) != 0 || value.empty())
@@ -122,49 +114,44 @@ bool print_value(printer &out, const setting &one, int idx) {
     snprintf(line, sizeof line, "    now %s=%s", key.c_str(),
              one.is_secret() ? "(set)" : value.c_str());
     cli::make_printable(line);
-    out << line << "\n";
+    output::print("%s\n", line);
     return true;
 }
 
-void describe(printer &out, const setting &one) {
-    out << settings::spelling_of(one).c_str() << "\n";
+void describe(const setting &one) {
+    output::print("%s\n", settings::spelling_of(one).c_str());
     bool is_set = false;
     for (int idx = 0; idx <= one.indexes.last; idx++)
-        is_set = print_value(out, one, idx) || is_set;
+        is_set = print_value_now(one, idx) || is_set;
     if (!is_set)
-        out << INDENT << "now not set\n";
+        output::put("    now not set\n");
     text<256> takes;
     snprintf(takes.data(), sizeof takes.chars, "%s; default: %s%s%s",
              settings::range_of(one).c_str(), one.fallback().data(),
              one.otherwise().empty() ? "" : "; otherwise ", one.otherwise().data());
-    print_wrapped(out, takes.c_str());
-    print_wrapped(out, one.effect());
+    print_wrapped(takes.c_str());
+    print_wrapped(one.effect());
 }
 
 } // namespace
 
 int describe_settings() {
-    printer out;
     for (const setting &one : settings::all())
-        describe(out, one);
-    return out.status;
+        describe(one);
+    return output::flush();
 }
 
 int print_setting_names() {
-    printer out;
     for (const setting &one : settings::all()) {
-        char indexes[8] = "";
+        output::print("%s\t", one.texts);
         if (one.indexes.last > 0)
-            snprintf(indexes, sizeof indexes, "%d-%d", one.indexes.bare_0 ? 1 : 0,
-                     one.indexes.last);
-        out << one.key() << "\t" << indexes << "\t" << settings::range_of(one).c_str() << "\t"
-            << settings::words_of(one) << "\t" << one.fallback() << "\t" << one.otherwise() << "\t";
-        for (std::string_view effect = one.effect(); !effect.empty();) {
-            const size_t end = std::min(effect.find('\n'), effect.size());
-            out << effect.substr(0, end) << (end < effect.size() ? "\\n" : "");
-            effect.remove_prefix(std::min(end + 1, effect.size()));
-        }
-        out << "\n";
+            output::print("%d-%d", one.indexes.bare_0 ? 1 : 0, one.indexes.last);
+        output::print("\t%s\t%s\t%s\t%s\t", settings::range_of(one).c_str(),
+                      settings::words_of(one).data(), one.fallback().data(),
+                      one.otherwise().data());
+        for (const char &c : one.effect())
+            output::put(c == '\n' ? "\\n" : std::string_view{&c, 1});
+        output::put("\n");
     }
-    return out.status;
+    return output::flush();
 }

@@ -45,7 +45,9 @@ static constexpr struct {
      "print what settings there are, for scripts"},
     {"names", "", 1, 1, print_names, "names items|messages|applications|flags",
      "print what there is: number, name, meaning"},
-    {"explain", "", 0, 0, explain_priority, "explain", "show which uplink has priority, and why"},
+    {"status", "", 0, 1, show_status, "status [--json]", "show the uplinks at a glance"},
+    {"explain", "", 0, ANY_NUMBER, explain_priority, "explain [--set NAME=VALUE ...] [--json]",
+     "show who has priority, and why"},
 };
 
 static int help() {

@@ -11,4 +11,5 @@ int print_value(int (*read)(const char *name, char *buffer, int size), const cha
 
 int listen_to_bus(operands given);
 int explain_priority(operands given);
+int show_status(operands given);
 int print_names(operands given);

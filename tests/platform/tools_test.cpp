@@ -36,9 +36,17 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"uplinkctl flag set ../F 1", FAILURE},
         {"uplinkctl config set USR_WAN_MODE 5; for i in 201001 201101; do devinfo $i 1; done;"
          "devinfo 201114 0; uplinkctl explain",
-         "WAN mode +5 .*\nstrategy +0 .*\nmobile +up, not connected\nwired WAN +up, not connected\n"
-         "priority +1, the WAN: mobile first.*\nrecorded +'0', not the same: .* by somebody "
-         "else\n"},
+         "WAN mode +5 .*\nstrategy +0 .*\npriority +1, the WAN: mobile first.*\n"
+         "recorded +'0', not the same: .* by somebody else\n[^>]*"
+         "  > mobile first, but it is not connected and the WAN is up +WAN\n[^>]*"},
+        {"uplinkctl explain --set MOBILE_IP=192.0.2.9 --set 201007=192.0.2.1 | grep -A1 priority",
+         "priority +0, .*: mobile first, and the mobile network is connected\n\n"},
+        {"uplinkctl explain --set MOBILE_PI=1", USAGE},
+        {"devinfo wired_wan_ip_2 192.0.2.7 && devinfo DI_IFA_WIRED_WAN_IP_2; devinfo 262002",
+         "(192\\.0\\.2\\.7\n){2}"},
+        {"devinfo WAN_PRIORITY_2", USAGE},
+        {"sockmsg_send -d uis -m wan_status_change",
+         "!.*25 \\(uis\\).*0x5301 \\(WAN_STATUS_CHANGE\\).*\n"},
         {"ipv6 prefer -a ::1", USAGE},
         {"ipv6 perfer -a 0::0", "::\n"},
         {"ipv6 perfer -a 2001:DB8:0:0:1:0:0:1", "2001:db8::1:0:0:1\n"}, // the first of two runs
