@@ -3,8 +3,10 @@
 NR == FNR {
     count[$1]++
     row[$1, count[$1]] = $0
-    known[$2] = 1 # a key
-    known[$3] = 1 # a name
+    if ($1 == "settings")
+        known[$2] = 1
+    else if ($1 == "items" || $1 == "messages")
+        known[$3] = 1
     next
 }
 
@@ -122,9 +124,9 @@ function message(others) {
     prose(sentence(column[6]))
 }
 
-# A phrase as a sentence.
+# A phrase as a sentence; one that begins with a value stays as it is.
 function sentence(phrase) {
-    return toupper(substr(phrase, 1, 1)) substr(phrase, 2) (phrase ~ /\.$/ ? "" : ".")
+    return (phrase ~ /^[a-z]*[0-9]/ ? substr(phrase, 1, 1) : toupper(substr(phrase, 1, 1))) substr(phrase, 2) (phrase ~ /\.$/ ? "" : ".")
 }
 
 # Text in the page's form: a sentence begins a line; what is in quotes and what is a name stand out.

@@ -31,18 +31,17 @@ static constexpr struct {
 } COMMANDS[] = {
     {"config", "get", 1, 1, config_get, "config get KEY", "print the value of a setting"},
     {"config", "set", 2, 3, config_set, "config set [--strict] KEY VALUE",
-     "change a setting; --strict: only to a good value"},
+     "change it; --strict: only if in range"},
     {"config", "unset", 1, 1, config_unset, "config unset KEY", "remove a setting"},
     {"config", "list", 0, 1, config_list, "config list [--describe]",
-     "print all settings; --describe: all that there are"},
+     "print them; --describe: all, explained"},
     {"config", "check", 0, 0, config_check, "config check",
-     "print the settings that are out of range or misspelt"},
+     "print what is out of range or misspelt"},
     {"flag", "get", 1, 1, flag_get, "flag get NAME", "print a named flag"},
     {"flag", "set", 2, 2, flag_store, "flag set NAME VALUE", "set a named flag"},
     {"listen", "", 1, ANY_NUMBER, listen_to_bus, "listen APP [-n COUNT] [-t SECONDS]",
      "show the records sent to an application"},
-    {"names", "settings", 0, 0, name_settings, "names settings",
-     "print what settings there are, for scripts"},
+    {"names", "settings", 0, 0, name_settings, "names settings", "print what settings there are"},
     {"names", "", 1, 1, print_names, "names items|messages|applications|flags",
      "print what there is: number, name, meaning"},
     {"status", "", 0, 1, show_status, "status [--json]", "show the uplinks at a glance"},
@@ -52,9 +51,14 @@ static constexpr struct {
 
 static int help() {
     int status = cli::print("Usage: uplinkctl COMMAND\nCommands:\n");
+    constexpr int COLUMN = 36; // of what a synopsis may take
     for (const auto &command : COMMANDS) {
-        char line[120];
-        snprintf(line, sizeof line, "  %-36s %s\n", command.synopsis, command.purpose);
+        char line[160];
+        if (strlen(command.synopsis) <= COLUMN - 2) // scripts find its end by the blanks
+            snprintf(line, sizeof line, "  %-*s %s\n", COLUMN, command.synopsis, command.purpose);
+        else
+            snprintf(line, sizeof line, "  %s\n%*s%s\n", command.synopsis, COLUMN + 3, "",
+                     command.purpose);
         if (status == cli::DONE)
             status = cli::print(line);
     }
