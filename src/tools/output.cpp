@@ -125,6 +125,11 @@ void text_member(const char *name, std::string_view text) {
     put_string(filter == nullptr ? text : filter(text));
 }
 
+void word_member(const char *name, std::string_view word) {
+    begin_value(name);
+    put_string(word);
+}
+
 void number_member(const char *name, long number) {
     begin_value(name);
     print("%ld", number);

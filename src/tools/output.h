@@ -20,13 +20,14 @@ int flush();
 void open(const char *name, char bracket); // '{' or '['
 void close(char bracket);                  // '}' or ']'
 void text_member(const char *name, std::string_view text);
+void word_member(const char *name, std::string_view word); // what no filter is to change
 void number_member(const char *name, long number);
 void seconds_member(const char *name, long long microseconds); // as 1.234567
 void bool_member(const char *name, bool value);
 void null_member(const char *name);
 void end_line(); // after the outermost object
 
-// Every text of JSON passes through it before it is escaped, to be changed on its way. Null: none.
+// Every text_member passes through it before it is escaped, to be changed on its way. Null: none.
 using text_filter = std::string_view (*)(std::string_view text);
 void filter_texts(text_filter filter);
 

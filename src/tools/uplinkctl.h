@@ -12,4 +12,6 @@ int print_value(int (*read)(const char *name, char *buffer, int size), const cha
 int listen_to_bus(operands given);
 int explain_priority(operands given);
 int show_status(operands given);
+int watch_router(operands given);
+int record_router(operands given);
 int print_names(operands given);

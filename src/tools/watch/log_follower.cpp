@@ -1,0 +1,117 @@
+#include "tools/watch/log_follower.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+
+#include "platform/host/files.h"
+#include "platform/host/places.h"
+#include "tools/watch/events.h"
+
+namespace log_follower {
+
+namespace {
+
+host::descriptor log(-1);
+std::array<char, 64 * 1024> buffer; // what has been read, from a line's beginning
+size_t filled = 0;
+void (*on_start)(int pid) = nullptr;
+
+int inotify_queue = -1;
+int file_watch = -1;
+
+void open_log() {
+    log.reset(host::open_regular(host::LOG_FILE, O_RDONLY));
+    if (inotify_queue < 0)
+        return;
+    const int watch = inotify_add_watch(inotify_queue, host::LOG_FILE, IN_MODIFY);
+    if (file_watch >= 0 && file_watch != watch)
+        inotify_rm_watch(inotify_queue, file_watch);
+    file_watch = watch;
+}
+
+// Returns whether there was something to read.
+bool fill() {
+    const ssize_t got = log < 0 ? 0 : read(log, &buffer[filled], buffer.size() - filled);
+    filled += static_cast<size_t>(std::max<ssize_t>(got, 0));
+    return got > 0;
+}
+
+// As long as the file is still the log, more may be written to it. Returns whether there is
+// another.
+bool follow_rotation() {
+    if (log >= 0 && host::is_file_at(log, host::LOG_FILE))
+        return false;
+    const bool had_log = log >= 0;
+    open_log();
+    return log >= 0 || had_log;
+}
+
+void note_start(std::string_view line) {
+    constexpr std::string_view PROGRAM = " UPLINKD[";
+    const size_t at = line.find(PROGRAM);
+    if (on_start != nullptr && at != line.npos && line.find("uplinkd_init start!") != line.npos)
+        on_start(static_cast<int>(strtol(&line[at + PROGRAM.size()], nullptr, 10)));
+}
+
+size_t count_lines() {
+    return static_cast<size_t>(std::count(buffer.data(), buffer.data() + filled, '\n'));
+}
+
+void say_lines(size_t count) {
+    size_t begin = 0;
+    for (; count > 0; count--) {
+        const char *const end =
+            static_cast<const char *>(memchr(&buffer[begin], '\n', filled - begin));
+        const std::string_view line{&buffer[begin], static_cast<size_t>(end - &buffer[begin])};
+        begin += line.size() + 1;
+        note_start(line);
+        events::log_line(line);
+    }
+    // A line without an end that fills all of the room is none of the layer's.
+    if (begin == 0 && filled == buffer.size())
+        begin = filled;
+    memmove(buffer.data(), &buffer[begin], filled - begin);
+    filled -= begin;
+}
+
+} // namespace
+
+void begin() {
+    open_log();
+    if (log >= 0)
+        lseek(log, 0, SEEK_END);
+}
+
+void on_daemon_start(void (*started)(int pid)) {
+    on_start = started;
+}
+
+void watch_in(int queue) {
+    inotify_queue = queue;
+}
+
+void line_written() {
+    if (count_lines() == 0 && !fill() && follow_rotation())
+        fill();
+    say_lines(std::min<size_t>(count_lines(), 1));
+}
+
+bool has_more() {
+    return count_lines() > 0 || fill();
+}
+
+void catch_up() {
+    do {
+        do
+            say_lines(count_lines());
+        while (fill());
+    } while (follow_rotation());
+}
+
+} // namespace log_follower

@@ -1,0 +1,234 @@
+#include "tools/watch/processes.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "base/text.h"
+#include "platform/host/files.h"
+#include "provision/clients/client_files.h"
+#include "tools/router_state.h"
+#include "tools/watch/events.h"
+
+namespace processes {
+
+namespace {
+
+constexpr const char *TMP_FOLDER = "/tmp/";
+
+// Close-on-exec always.
+int open_process(int pid) {
+    return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+}
+
+enum class kind { daemon, client, batch };
+
+struct process {
+    kind is;
+    int fd = -1; // -1: the place is free
+    int pid = 0;
+    int client = -1; // its place in CLIENTS
+    long long begun = 0;
+    text<64> owner; // of a batch
+};
+process followed[40];
+pollfd descriptors[sizeof followed / sizeof *followed];
+
+struct client_file {
+    const char *program;
+    int wan;
+    text<64> path; // of the pid file
+    int pid = 0;
+    long long ended = 0;
+};
+client_file clients[3 * (MAX_WAN_INDEX + 1)];
+
+void name_client_files() {
+    client_file *place = clients;
+    for (int wan = 0; wan <= MAX_WAN_INDEX; wan++) {
+        for (const char *program : {UDHCPC, UDHCPC6, PPPD}) {
+            place->program = program;
+            place->wan = wan;
+            char *const path = place->path.data();
+            const int size = place->path.size();
+            if (program == PPPD)
+                uplinkd_ppp_get_pid_fname_by_idx(path, size, wan, program);
+            else
+                uplinkd_dhcpc_get_pid_fname_by_idx(path, size, program, wan,
+                                                   program == UDHCPC ? IPVER_V4 : IPVER_V6);
+            place++;
+        }
+    }
+}
+
+process *follow(kind is, int pid) {
+    const int fd = open_process(pid);
+    if (fd < 0)
+        return nullptr;
+    for (process &place : followed) {
+        if (place.fd >= 0)
+            continue;
+        place = {is, fd, pid, -1, events::now(), {}};
+        return &place;
+    }
+    close(fd);
+    return nullptr;
+}
+
+bool is_followed(kind is, int pid) {
+    return std::any_of(std::begin(followed), std::end(followed), [&](const process &place) {
+        return place.fd >= 0 && place.is == is && place.pid == pid;
+    });
+}
+
+void follow_daemon(int pid, const char *state) {
+    if (is_followed(kind::daemon, pid) || follow(kind::daemon, pid) == nullptr)
+        return;
+    events::daemon(pid, state);
+}
+
+// A client that goes into the background does so as another process, right after the end of the
+// first.
+constexpr long long BACKGROUND_MICROSECONDS = 1000000;
+
+void read_client(client_file &client, bool is_live) {
+    const int pid = router::read_pid_file(client.path.c_str());
+    if (pid == 0 || pid == client.pid || !router::is_process(pid, client.program))
+        return;
+    process *const place = follow(kind::client, pid);
+    if (place == nullptr)
+        return;
+    place->client = static_cast<int>(&client - clients);
+    const bool goes_on = client.pid != 0 && (client.ended == 0 || events::now() - client.ended <
+                                                                      BACKGROUND_MICROSECONDS);
+    client.pid = pid;
+    client.ended = 0;
+    events::client(client.program, client.wan, pid,
+                   !is_live  ? "running"
+                   : goes_on ? "background"
+                             : "started");
+}
+
+void end_process(process &place) {
+    switch (place.is) {
+    case kind::daemon: events::daemon(place.pid, "ended"); break;
+    case kind::batch: events::batch_done(place.owner.c_str(), events::now() - place.begun); break;
+    case kind::client: {
+        client_file &client = clients[place.client];
+        events::client(client.program, client.wan, place.pid, "ended");
+        if (client.pid == place.pid)
+            client.ended = events::now();
+        break;
+    }
+    }
+    close(place.fd);
+    place.fd = -1;
+}
+
+int daemon_pid() {
+    for (const process &place : followed)
+        if (place.fd >= 0 && place.is == kind::daemon)
+            return place.pid;
+    return 0;
+}
+
+int parent_of(int pid) {
+    char path[40], stat[256] = {};
+    snprintf(path, sizeof path, "/proc/%d/stat", pid);
+    const host::descriptor file(host::open_file(path, O_RDONLY));
+    if (file < 0 || read(file, stat, sizeof stat - 1) <= 0)
+        return 0;
+    const char *const after_name = strrchr(stat, ')'); // a name may hold anything
+    int parent = 0;
+    if (after_name == nullptr || sscanf(after_name, ") %*c %d", &parent) != 1)
+        return 0;
+    return parent;
+}
+
+// The shell that the daemon waits for; 0 if it has ended already.
+int find_shell() {
+    const int daemon = daemon_pid();
+    const host::descriptor folder(host::open_folder("/proc"));
+    if (daemon == 0 || folder < 0)
+        return 0;
+    host::name_reader reader(folder);
+    while (const char *entry = host::next_name(reader)) {
+        const int pid = to_int(entry);
+        if (pid > daemon && parent_of(pid) == daemon)
+            return pid;
+    }
+    return 0;
+}
+
+text<64> owner_of(std::string_view script) {
+    constexpr std::string_view BEGUN = "# rewrite by ";
+    text<64> owner;
+    if (script.starts_with(BEGUN)) {
+        script.remove_prefix(BEGUN.size());
+        const std::string_view name = script.substr(0, script.find('\n'));
+        memcpy(owner.data(), name.data(), std::min(name.size(), sizeof owner.chars - 1));
+    }
+    return owner;
+}
+
+} // namespace
+
+void begin() {
+    name_client_files();
+    if (const int pid = router::find_process("uplinkd"); pid != 0)
+        follow_daemon(pid, "running");
+    for (client_file &client : clients)
+        read_client(client, false);
+}
+
+void daemon_started(int pid) {
+    follow_daemon(pid, "started");
+}
+
+void file_changed(const char *name) {
+    const size_t folder = strlen(TMP_FOLDER);
+    for (client_file &client : clients)
+        if (strcmp(client.path.c_str() + folder, name) == 0)
+            read_client(client, true);
+}
+
+void batch_run() {
+    static char script[64 * 1024];
+    const host::descriptor file(host::open_regular(TMP_SCRIPT, O_RDONLY | O_NOFOLLOW));
+    const ssize_t length = file < 0 ? 0 : read(file, script, sizeof script);
+    if (length <= 0)
+        return;
+    const std::string_view text{script, static_cast<size_t>(length)};
+    // Somebody may change the mode of a script that is not complete.
+    if (text.find("\n# executed by ") == text.npos)
+        return;
+    const auto owner = owner_of(text);
+    events::batch_run(owner.c_str(), text);
+    const int shell = find_shell();
+    process *const place = shell == 0 ? nullptr : follow(kind::batch, shell);
+    if (place == nullptr)
+        events::batch_done(owner.c_str(), 0);
+    else
+        place->owner = owner;
+}
+
+std::span<pollfd> to_wait_for() {
+    size_t count = 0;
+    for (const process &place : followed)
+        if (place.fd >= 0)
+            descriptors[count++] = {.fd = place.fd, .events = POLLIN, .revents = 0};
+    return {descriptors, count};
+}
+
+void look_at(std::span<const pollfd> waited_for) {
+    for (const pollfd &waited : waited_for)
+        for (process &place : followed)
+            if (waited.revents != 0 && place.fd == waited.fd)
+                end_process(place);
+}
+
+} // namespace processes
