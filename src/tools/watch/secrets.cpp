@@ -150,23 +150,29 @@ bool replace_ipv6(const token_text &token, token_text &result) {
     return true;
 }
 
-// A run of what addresses are written in, alone or with other things: replaced as a whole, or not.
-void add_token(std::string_view run) {
+// Whether CORE was an address and has been added as another one.
+bool add_address(std::string_view core) {
     token_text token, result;
-    // A colon or full stop at an end belongs to the sentence, unless it is the "::" of an address.
+    if (core.size() >= sizeof token.chars || core.find_first_of(".:") == core.npos)
+        return false;
+    memcpy(token.data(), core.data(), core.size());
+    if (!replace_ipv4(token, result) && !replace_mac(token, result) && !replace_ipv6(token, result))
+        return false;
+    without_addresses.add(result.c_str());
+    return true;
+}
+
+// A run of what addresses are written in: one, alone, with a port, or before the end of a sentence.
+void add_token(std::string_view run) {
     std::string_view core = run;
     while (!core.empty() && (core.back() == '.' || (core.back() == ':' && !core.ends_with("::"))))
         core.remove_suffix(1);
-    if (core.size() < sizeof token.chars && core.find_first_of(".:") != core.npos) {
-        memcpy(token.data(), core.data(), core.size());
-        if (replace_ipv4(token, result) || replace_mac(token, result) ||
-            replace_ipv6(token, result)) {
-            without_addresses.add(result.c_str());
-            without_addresses.add(run.substr(core.size()));
-            return;
-        }
+    if (!add_address(core)) {
+        core = run.substr(0, run.find(':'));
+        if (!add_address(core))
+            core = {};
     }
-    without_addresses.add(run);
+    without_addresses.add(run.substr(core.size()));
 }
 
 std::string_view leave_out_addresses(std::string_view source) {
