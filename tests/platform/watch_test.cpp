@@ -67,6 +67,7 @@ static void log_number(int number) {
 
 TEST(Watch, SaysEachOfAThousandChangesASecondInItsPlace) {
     init_log_params("TEST");
+    log_number(0);
     watcher running;
     constexpr int CHANGES = 2000;
     for (int i = 1; i <= CHANGES; i++) { // two lines of the log, then an item

@@ -25,14 +25,28 @@ void (*on_start)(int pid) = nullptr;
 int inotify_queue = -1;
 int file_watch = -1;
 
-void open_log() {
+off_t size_of(int file) {
+    struct stat status;
+    return fstat(file, &status) == 0 ? status.st_size : 0;
+}
+
+// Lines that were there before the watch have no event. Returns their end.
+off_t watch_file(int file) {
+    for (;;) {
+        const off_t size = size_of(file);
+        const int watch = inotify_add_watch(inotify_queue, host::LOG_FILE, IN_MODIFY);
+        if (file_watch >= 0 && file_watch != watch)
+            inotify_rm_watch(inotify_queue, file_watch);
+        file_watch = watch;
+        if (watch < 0 || size == size_of(file))
+            return size;
+    }
+}
+
+// Returns where the lines begin of which events will come.
+off_t open_log() {
     log.reset(host::open_regular(host::LOG_FILE, O_RDONLY));
-    if (inotify_queue < 0)
-        return;
-    const int watch = inotify_add_watch(inotify_queue, host::LOG_FILE, IN_MODIFY);
-    if (file_watch >= 0 && file_watch != watch)
-        inotify_rm_watch(inotify_queue, file_watch);
-    file_watch = watch;
+    return log < 0 ? 0 : watch_file(log);
 }
 
 // Returns whether there was something to read.
@@ -40,16 +54,6 @@ bool fill() {
     const ssize_t got = log < 0 ? 0 : read(log, &buffer[filled], buffer.size() - filled);
     filled += static_cast<size_t>(std::max<ssize_t>(got, 0));
     return got > 0;
-}
-
-// As long as the file is still the log, more may be written to it. Returns whether there is
-// another.
-bool follow_rotation() {
-    if (log >= 0 && host::is_file_at(log, host::LOG_FILE))
-        return false;
-    const bool had_log = log >= 0;
-    open_log();
-    return log >= 0 || had_log;
 }
 
 void note_start(std::string_view line) {
@@ -83,9 +87,9 @@ void say_lines(size_t count) {
 } // namespace
 
 void begin() {
-    open_log();
+    const off_t end = open_log();
     if (log >= 0)
-        lseek(log, 0, SEEK_END);
+        lseek(log, end, SEEK_SET);
 }
 
 void on_daemon_start(void (*started)(int pid)) {
@@ -96,8 +100,12 @@ void watch_in(int queue) {
     inotify_queue = queue;
 }
 
+bool is_watch(int watch) {
+    return watch == file_watch;
+}
+
 void line_written() {
-    if (count_lines() == 0 && !fill() && follow_rotation())
+    if (count_lines() == 0)
         fill();
     say_lines(std::min<size_t>(count_lines(), 1));
 }
@@ -107,11 +115,25 @@ bool has_more() {
 }
 
 void catch_up() {
-    do {
-        do
-            say_lines(count_lines());
-        while (fill());
-    } while (follow_rotation());
+    do
+        say_lines(count_lines());
+    while (fill());
+}
+
+// Says what the file has up to END.
+static void say_until(off_t end) {
+    while (lseek(log, 0, SEEK_CUR) < end && fill())
+        say_lines(count_lines());
+}
+
+void follow_file() {
+    if (log >= 0 && host::is_file_at(log, host::LOG_FILE))
+        return;
+    catch_up();
+    filled = 0;
+    const off_t before_watch = open_log();
+    if (log >= 0)
+        say_until(before_watch);
 }
 
 } // namespace log_follower

@@ -6,9 +6,20 @@ namespace log_follower {
 // From the end that the log has now.
 void begin();
 
-// The log's folder says that something was written: says one line, since the log is written a line
-// at a time, so that it stands where it belongs among other events.
+// The queue in which the log's folder is watched. It would make one event of several writes in a
+// row; the file is watched beside its folder, so that no two events in a row are the same. (What
+// was written before the file could be watched, because it was new, is said at once.)
+void watch_in(int queue);
+
+// Whether WATCH is the log file's own, whose event stands for one line: the log is written a line
+// at a time.
+bool is_watch(int watch);
+
+// Says one line, so that it stands where it belongs among other events.
 void line_written();
+
+// The log's folder has an event of it: follows it to another file.
+void follow_file();
 
 // Whether there are lines for which no event has come yet. (One is on its way, or there was none:
 // around a rotation, or when somebody has written several lines at once.)
@@ -16,10 +27,6 @@ bool has_more();
 
 // Says all that is left.
 void catch_up();
-
-// The queue in which the folder is watched. It would make one event of several writes in a row; the
-// file is watched beside its folder, so that no two events in a row are the same.
-void watch_in(int queue);
 
 // Called for the pid of every daemon that logs that it starts.
 void on_daemon_start(void (*started)(int pid));

@@ -102,11 +102,6 @@ place place_of(int watch) {
     return static_cast<place>(i);
 }
 
-bool is_log(const inotify_event &event) {
-    return event.len > 0 && event.wd == watches[LOG] &&
-           strcmp(event.name, file_name(host::LOG_FILE)) == 0;
-}
-
 void deal_with_tmp(const inotify_event &event) {
     if (strcmp(event.name, file_name(TMP_SCRIPT)) == 0) {
         if ((event.mask & IN_ATTRIB) != 0)
@@ -122,9 +117,12 @@ void deal_with(const inotify_event &event, bool catching_up) {
     if ((event.mask & IN_Q_OVERFLOW) != 0) {
         events::overflow();
         stores::reread();
+        log_follower::follow_file();
         log_follower::catch_up();
         return;
     }
+    if (log_follower::is_watch(event.wd))
+        log_follower::line_written();
     if (event.len == 0)
         return;
     switch (place_of(event.wd)) {
@@ -135,8 +133,8 @@ void deal_with(const inotify_event &event, bool catching_up) {
             stores::settings_changed();
         break;
     case LOG:
-        if (is_log(event))
-            log_follower::line_written();
+        if (strcmp(event.name, file_name(host::LOG_FILE)) == 0)
+            log_follower::follow_file();
         break;
     case TMP: deal_with_tmp(event); break;
     case SCRIPT: look_at_files(); break;
