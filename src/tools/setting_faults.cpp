@@ -19,7 +19,7 @@ namespace settings {
 
 namespace {
 
-// A value, cut as far beyond what the daemon reads of any.
+// A value, cut far beyond what the daemon reads of any.
 using value_text = text<256>;
 
 [[gnu::format(printf, 1, 2)]] fault_text fault(const char *format, ...) {
@@ -63,7 +63,7 @@ fault_text fault_of_ipv4_mode(const setting &one, int idx, const value_text &val
     if (mode == IPMODE_NONE)
         return out_of_range(one);
     if (idx == 0 && learns_address(WIRED_UPLINK, value.c_str()) != (mode != IPMODE_STATIC))
-        return fault("other letters than in %s; its verdict goes by the static addresses",
+        return fault("not in just these letters (%s); it is judged by the static addresses",
                      range_of(one).c_str());
     return {};
 }
@@ -75,7 +75,7 @@ fault_text fault_of_pdp_type(const setting &one, const value_text &value) {
         c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
     if (is_ipv6_pdp_type(value.c_str()) || !is_ipv6_pdp_type(large.c_str()))
         return {};
-    return fault("other letters than in %s; %s", large.c_str(), one.otherwise().data());
+    return fault("not in just these letters (%s); %s", large.c_str(), one.otherwise().data());
 }
 
 bool is_quad(const value_text &value) {
@@ -136,7 +136,8 @@ fault_text fault_of_value(const setting &one, int idx, std::string_view given) {
 
 fault_text fault_of_key(const recognised &given) {
     if (given.meant.empty())
-        return fault("known are %s; nobody reads it", spelling_of(*given.known).c_str());
+        return fault("known are %s; the daemon does not read it",
+                     spelling_of(*given.known).c_str());
     return fault("%s may be meant; the daemon does not read it", given.meant.c_str());
 }
 

@@ -41,7 +41,7 @@ TEST(Tools, CheckSettingsAsTheDaemonReadsThem) {
         {"SYS_WIRED_WAN_SUB_PORT_NUM=8", ""},
         {"SYS_WIRED_WAN_SUB_PORT_NUM=9", "not in range (0 to 8); the default counts"},
         {"USR_APN_PDP_TYPE=IP", ""},
-        {"USR_APN_PDP_TYPE=ipv6", "other letters than in IPV6; an IPv4 address is needed"},
+        {"USR_APN_PDP_TYPE=ipv6", "not in just these letters (IPV6); an IPv4 address is needed"},
         {"USR_WIRED_WAN_VLAN_ID_0=0", ""},
         {"USR_WIRED_WAN_VLAN_ID_8=4095", ""},
         {"USR_WIRED_WAN_VLAN_ID_1=0", "not in range (10 to 4095); the index is not brought up"},
@@ -49,9 +49,8 @@ TEST(Tools, CheckSettingsAsTheDaemonReadsThem) {
         {"USR_WAN_IPVERSION_2=4", "not in range (ipv4, ipv6 or ipv4v6); no addresses are set up"},
         {"USR_WAN_IPMODE_1=LinkPPP", ""},
         {"USR_WAN_IPMODE=STATIC", ""},
-        {"USR_WAN_IPMODE=LinkPPP",
-         "other letters than in dhcp, static or linkPPP; its verdict goes "
-         "by the static addresses"},
+        {"USR_WAN_IPMODE=LinkPPP", "not in just these letters (dhcp, static or linkPPP); it is "
+                                   "judged by the static addresses"},
         {"USR_WAN_IPMODE=pppoe",
          "not in range (dhcp, static or linkPPP); no IPv4 addresses are set up"},
         {"USR_WAN_V6_IPMODE_8=5", ""},
@@ -77,11 +76,13 @@ TEST(Tools, CheckSettingsAsTheDaemonReadsThem) {
         {"USR_WAN_IPMODE1=dhcp", "USR_WAN_IPMODE_1 may be meant; the daemon does not read it"},
         {"USR_WAN_IPMODE_0=dhcp", "USR_WAN_IPMODE may be meant; the daemon does not read it"},
         {"USR_WAN_IPMODE_01=dhcp", "USR_WAN_IPMODE_1 may be meant; the daemon does not read it"},
-        {"USR_WAN_MODE_99999999999=1", "USR_WAN_MODE may be meant; the daemon does not read it"},
+        {"USR_WAN_MODE_2=1", "USR_WAN_MODE may be meant; the daemon does not read it"},
+        {"USR_WAN_MTU_99999999999=1",
+         "known are USR_WAN_MTU, USR_WAN_MTU_1 to _8; the daemon does not read it"},
         {"USR_DHCP_LAN_IP_15=192.0.2.1", ""},
         {"USR_DHCP_LAN_IP_16=192.0.2.1",
-         "known are USR_DHCP_LAN_IP, USR_DHCP_LAN_IP_1 to _15; nobody reads it"},
-        {"USR_WIRED_WAN_SW=1", "known are USR_WIRED_WAN_SW_0 to _8; nobody reads it"},
+         "known are USR_DHCP_LAN_IP, USR_DHCP_LAN_IP_1 to _15; the daemon does not read it"},
+        {"USR_WIRED_WAN_SW=1", "known are USR_WIRED_WAN_SW_0 to _8; the daemon does not read it"},
         {"USR_WAN_IPADDR_V6=2001:db8::1", ""}, // another program's
         {"USR_WAN_MAC=00:00:5e:00:53:01", ""},
     };
