@@ -83,6 +83,10 @@ function setting(texts, n, count_of_lines, in_list) {
     if (in_list)
         print ".El"
     prose("Range: " column[4] ".")
+    if (column[7] == "the default counts") {
+        prose("The default is " column[6] ", also for any other value.")
+        return
+    }
     prose(column[6] == "none" ? "There is no default." : "The default is " column[6] ".")
     if (column[7] != "")
         prose("With another value, " column[7] ".")

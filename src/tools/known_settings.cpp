@@ -1,11 +1,13 @@
 #include "tools/known_settings.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
@@ -39,12 +41,22 @@ constexpr values HEX_MASK = of_kind(kind::hex_mask);
 constexpr values PPP_USER = of_kind(kind::ppp_user);
 constexpr values PPP_PASSWORD = of_kind(kind::ppp_password);
 
-constexpr setting SETTINGS[] = {
+// The four texts of each row, each with its NUL.
 #define ROW(key, indexes, values, fallback, otherwise, effect)                                     \
-    {indexes, values, #key "\0" fallback "\0" otherwise "\0" effect},
-    UPLINKD_SETTINGS(ROW)
+#key "\0" fallback "\0" otherwise "\0" effect "\0"
+constexpr char TEXTS[] = UPLINKD_SETTINGS(ROW);
 #undef ROW
-};
+
+constexpr auto SETTINGS = [] {
+#define ROW(key, indexes, values, fallback, otherwise, effect)                                     \
+    setting{indexes, values, sizeof #key + sizeof fallback + sizeof otherwise + sizeof effect},
+    std::array rows = {UPLINKD_SETTINGS(ROW)};
+#undef ROW
+    unsigned short at = 0;
+    for (setting &row : rows)
+        at += std::exchange(row.texts, at);
+    return rows;
+}();
 
 constexpr std::string_view DIGITS = "0123456789";
 constexpr int MAX_KEY_LENGTH = key_text::size() - 1;
@@ -132,7 +144,7 @@ std::span<const setting> all() {
 }
 
 std::string_view setting::part(int number) const {
-    const char *at = texts;
+    const char *at = TEXTS + texts;
     for (; number > 0; number--)
         at += strlen(at) + 1;
     return at;
@@ -140,7 +152,7 @@ std::string_view setting::part(int number) const {
 
 key_text key_of(const setting &one, int idx) {
     const bool is_bare = one.indexes.bare_0 && idx == 0;
-    const char *const key = one.texts;
+    const char *const key = one.key().data();
     return to_text<key_text::size()>(is_bare ? key : always_indexed_key(key, idx).c_str());
 }
 

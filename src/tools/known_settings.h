@@ -37,9 +37,9 @@ struct values {
 struct setting {
     indexing indexes;
     values takes;
-    const char *texts; // the four below, each with its NUL, so that a row has one pointer
+    unsigned short texts; // where the four below begin: a pointer would cost a relocation
 
-    std::string_view key() const { return texts; }
+    std::string_view key() const { return part(0); }
     std::string_view fallback() const { return part(1); }
     std::string_view otherwise() const { return part(2); } // empty: it counts as another value
     std::string_view effect() const { return part(3); }

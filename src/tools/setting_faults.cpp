@@ -1,11 +1,9 @@
 // What is wrong with a value or a key. Whether a value is in range is decided by the functions and
 // tables that the daemon itself reads it with.
 #include <cctype>
-#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <strings.h>
 
 #include "batch/shell_quote.h"
 #include "guard/subnet_conflict.h"

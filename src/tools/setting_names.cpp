@@ -72,7 +72,7 @@ short_text range_of(const setting &one) {
 
 short_text spelling_of(const setting &one) {
     short_text text;
-    const char *const key = one.texts;
+    const char *const key = one.key().data();
     if (one.indexes.last == 0)
         return to_text<short_text::size()>(key);
     if (one.indexes.bare_0)
@@ -143,7 +143,7 @@ int describe_settings() {
 
 int print_setting_names() {
     for (const setting &one : settings::all()) {
-        output::print("%s\t", one.texts);
+        output::print("%s\t", one.key().data());
         if (one.indexes.last > 0)
             output::print("%d-%d", one.indexes.bare_0 ? 1 : 0, one.indexes.last);
         output::print("\t%s\t%s\t%s\t%s\t", settings::range_of(one).c_str(),
