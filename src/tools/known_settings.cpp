@@ -49,7 +49,7 @@ constexpr char TEXTS[] = UPLINKD_SETTINGS(ROW);
 
 constexpr auto SETTINGS = [] {
 #define ROW(key, indexes, values, fallback, otherwise, effect)                                     \
-    setting{indexes, values, sizeof #key + sizeof fallback + sizeof otherwise + sizeof effect},
+    setting{indexes, values, sizeof(#key) + sizeof(fallback) + sizeof(otherwise) + sizeof(effect)},
     std::array rows = {UPLINKD_SETTINGS(ROW)};
 #undef ROW
     unsigned short at = 0;
