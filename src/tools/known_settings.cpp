@@ -43,7 +43,7 @@ constexpr values PPP_PASSWORD = of_kind(kind::ppp_password);
 
 // The four texts of each row, each with its NUL.
 #define ROW(key, indexes, values, fallback, otherwise, effect)                                     \
-#key "\0" fallback "\0" otherwise "\0" effect "\0"
+    "" #key "\0" fallback "\0" otherwise "\0" effect "\0"
 constexpr char TEXTS[] = UPLINKD_SETTINGS(ROW);
 #undef ROW
 
