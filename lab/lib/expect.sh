@@ -159,7 +159,6 @@ cat_quietly() { cat "$1" 2>/dev/null || :; }
 # expect_reason GLOB: why this side has the priority, as the daemon's own tool explains it.
 expect_reason() {
     expect_value "reason of the priority" "$1" priority_and_reason
-    why "$(priority_and_reason)"
 }
 priority_and_reason() { rt uplinkctl explain | sed -n 's/^priority *//p'; }
 

@@ -34,17 +34,18 @@ until [ "$ROUTER" ] && [ -e "/proc/$ROUTER/root/run/ready" ]; do
 done
 ROOT=/proc/$ROUTER/root # the router's files, as seen from here
 
-# step TEXT tells a reader of the timeline what happens to the router now, why TEXT the reason of what
-# the daemon did.
+# For a reader of the timeline. step TEXT: what happens to the router now; decode: its mode in words;
+# verdict TEXT FROM TO: how long it was from one event to another, patterns both, as %s ms in TEXT.
 step() { :; }
-why() { :; }
+decode() { :; }
+verdict() { :; }
 
 skip() {
     echo "$scenario: skipped: $1"
     exit 77
 }
 
-for part in names expect router isp; do
+for part in names expect router isp sessions; do
     . "/run/lab/lib/$part.sh"
 done
 [ -z "$timeline" ] || . /run/lab/lib/timeline.sh

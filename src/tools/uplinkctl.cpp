@@ -41,6 +41,8 @@ static constexpr struct {
     {"flag", "set", 2, 2, flag_store, "flag set NAME VALUE", "set a named flag"},
     {"listen", "", 1, ANY_NUMBER, listen_to_bus, "listen APP [-n COUNT] [-t SECONDS]",
      "show the records sent to an application"},
+    {"log", "", 0, 1, show_log, "log [TIME]", "print the log, or a minute of it (03:12)"},
+    {"batch", "", 0, 0, show_batch, "batch", "print what the daemon ran last, and what came of it"},
     {"watch", "", 0, ANY_NUMBER, watch_router, "watch [--json] [-t SECONDS]",
      "show what happens, as it happens"},
     {"record", "", 1, ANY_NUMBER, record_router, "record FILE [--private] [-t SECONDS]",

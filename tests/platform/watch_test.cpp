@@ -19,7 +19,7 @@ public:
             execl("./uplinkctl", "uplinkctl", "watch", "--json", nullptr);
             _exit(1);
         }
-        wait_for("\"kind\":\"live\"");
+        wait_for("\"live\"");
     }
     ~watcher() { stop(); }
 

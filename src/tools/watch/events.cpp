@@ -23,7 +23,9 @@ form lines_for = form::people;
 bool replaces_addresses = false;
 bool is_live = false;
 bool has_colours = false;
-long long started = 0;
+text<32> past_time;       // what lines show instead of now
+long long started = 0;    // by now()
+long long started_at = 0; // microseconds since 1970
 
 std::string_view filter(std::string_view text) {
     return secrets::leave_out(text, replaces_addresses);
@@ -57,18 +59,21 @@ void change_members(const char *old_value, const char *new_value) {
 
 // ---- lines for people, who have `uplinkctl status` for the state at the start
 
-// The kind at the left, in its colour, and the time of day.
+// The kind at the left, in its colour, and the time of day by the clock as it was at the start:
+// lines stay in order when somebody sets it.
 void print_heading(const char *kind, int colour) {
-    timespec time;
-    clock_gettime(CLOCK_REALTIME, &time);
+    const long long time = started_at + now() - started;
+    const time_t seconds = static_cast<time_t>(time / 1000000);
     tm local;
-    localtime_r(&time.tv_sec, &local);
-    char clock[16];
+    localtime_r(&seconds, &local);
+    char clock[32];
     strftime(clock, sizeof clock, "%H:%M:%S", &local);
+    snprintf(clock + strlen(clock), 8, ".%03lld", time / 1000 % 1000);
+    const char *const shown_clock = past_time.empty() ? clock : past_time.c_str();
     if (has_colours)
-        print("%s.%03ld  \033[%dm%-8s\033[0m ", clock, time.tv_nsec / 1000000, colour, kind);
+        print("%s  \033[%dm%-8s\033[0m ", shown_clock, colour, kind);
     else
-        print("%s.%03ld  %-8s ", clock, time.tv_nsec / 1000000, kind);
+        print("%s  %-8s ", shown_clock, kind);
 }
 
 const char *shown(const char *value) {
@@ -108,10 +113,11 @@ void begin(form wanted, bool is_private) {
     output::filter_texts(filter);
     const char *const no_colour = getenv("NO_COLOR");
     has_colours = isatty(STDOUT_FILENO) == 1 && (no_colour == nullptr || no_colour[0] == '\0');
-    if (is_for_people())
-        return;
     timespec time;
     clock_gettime(CLOCK_REALTIME, &time);
+    started_at = time.tv_sec * 1000000LL + time.tv_nsec / 1000;
+    if (is_for_people())
+        return;
     tm utc;
     gmtime_r(&time.tv_sec, &utc);
     char clock[24], start[48];
@@ -127,11 +133,14 @@ void begin(form wanted, bool is_private) {
 }
 
 void go_live() {
-    if (!is_for_people()) {
-        open_line("live");
-        close_line();
-    }
     is_live = true;
+    if (is_for_people()) {
+        print_heading("watch", 0);
+        print("what happens from now on; Ctrl-C ends it\n");
+        return;
+    }
+    open_line("live");
+    close_line();
 }
 
 void setting(const char *name, const char *old_value, const char *new_value) {
@@ -422,6 +431,20 @@ void log_line(std::string_view line) {
     output::number_member("level", number(log.level));
     output::text_member("text", log.words);
     close_line();
+}
+
+void past_line(std::string_view line) {
+    const log_parts log = split(line);
+    if (!log.is_whole)
+        return;
+    past_time = {};
+    memcpy(past_time.data(), log.time.data(), log.time.size());
+    log_line(line);
+    past_time = {};
+}
+
+void go_live_quietly() {
+    is_live = true;
 }
 
 } // namespace events
