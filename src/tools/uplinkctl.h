@@ -6,6 +6,9 @@
 
 using operands = std::span<char *const>;
 
+// Prints what READ finds under NAME: nothing at all for no value, like devinfo.
+int print_value(int (*read)(const char *name, char *buffer, int size), const char *name);
+
 int listen_to_bus(operands given);
 int explain_priority(operands given);
 int show_status(operands given);

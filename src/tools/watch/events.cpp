@@ -120,7 +120,7 @@ void begin(form wanted, bool is_private) {
         return;
     tm utc;
     gmtime_r(&time.tv_sec, &utc);
-    char clock[24], start[40];
+    char clock[24], start[48];
     strftime(clock, sizeof clock, "%Y-%m-%dT%H:%M:%S", &utc);
     snprintf(start, sizeof start, "%s.%06ldZ", clock, time.tv_nsec / 1000);
     output::open(nullptr, '{');
