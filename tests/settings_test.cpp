@@ -2,6 +2,8 @@
 // mask.
 #include <array>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <sys/stat.h>
 
 #include "expect.h"
@@ -9,6 +11,7 @@
 #include "provision/clients/client_files.h"
 #include "provision/clients/ppp.h"
 #include "provision/wired_wan.h"
+#include "wan/setting_keys.h"
 #include "wan/wan_record.h"
 #include "wan/wan_settings.h"
 
@@ -34,6 +37,21 @@ TEST(wan_settings, have_indexes_from_0_to_8) {
         log 1 uplinkd_cfg_get_ppp_user_and_pwd_by_idx: got invalid wan idx(9)
         log 0 uplinkd_dhcpc_clean_unuse_files_by_idx: got invalid wan idx(9)
         log 0 uplinkd_ppp_clean_unuse_files_by_idx: got invalid wan idx(-1))");
+}
+
+TEST(wan_settings, have_the_defaults_that_the_table_tells) {
+    given("");
+    const std::pair<std::string, std::string> is[] = {
+        {"SYS_WIRED_WAN_SUB_PORT_NUM", std::to_string(uplinkd_cfg_get_wired_sub_port_num())},
+        {"USR_WAN_MTU", std::to_string(uplinkd_cfg_get_ppp_mtu_by_idx(0))},
+        {"USR_WIRED_WAN_SW", std::to_string(uplinkd_cfg_get_wired_sw_by_idx(1))},
+    };
+    std::map<std::string, std::string> told;
+#define ROW(key, indexes, values, fallback, otherwise, effect) told[key] = fallback;
+    UPLINKD_SETTINGS(ROW)
+#undef ROW
+    for (const auto &[key, value] : is)
+        EXPECT_EQ(told[key], value) << key;
 }
 
 TEST(wan_record, of_a_mode_without_a_band_has_the_shared_items_only) {

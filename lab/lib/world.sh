@@ -45,7 +45,7 @@ skip() {
     exit 77
 }
 
-for part in names expect router isp; do
+for part in names expect router isp sessions; do
     . "/run/lab/lib/$part.sh"
 done
 [ -z "$timeline" ] || . /run/lab/lib/timeline.sh

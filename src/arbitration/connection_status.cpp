@@ -3,8 +3,6 @@
 
 #include "arbitration/connection_status.h"
 
-#include <cstring>
-
 #include "base/text.h"
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
@@ -13,6 +11,7 @@
 #include "wan/items.h"
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
+#include "wan/setting_ranges.h"
 #include "wan/uplinks.h"
 
 namespace {
@@ -37,7 +36,7 @@ static mobile_parameters gather_mobile(const char *pdp_type) {
     mobile_parameters mobile;
     mobile.netstatus = item_text<2>(DI_IFA_MOBILE_NETSTATUS);
     mobile.ifname = item_ifname_or<16>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_IFNAME.mobile);
-    if (strcmp(pdp_type, "IPV6") == 0 || strcmp(pdp_type, "IPV4V6") == 0)
+    if (is_ipv6_pdp_type(pdp_type))
         mobile.ipv6 = item_text<64>(DI_IFA_MOBILE_IPV6_IP);
     mobile.ipv4 = item_text<IPV4_TEXT_SIZE>(DI_IFA_MOBILE_IP);
     if (mobile.ipv4.empty())

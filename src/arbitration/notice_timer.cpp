@@ -19,18 +19,18 @@
 #include "wan/items.h"
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
+#include "wan/setting_ranges.h"
 
 uplinkd_mutex uplinkd_notice_mutex;
 int uplinkd_notice_countdown = 0;
 static bool thread_running UPLINKD_GUARDED_BY(uplinkd_notice_mutex) = false;
 
 static constexpr int DEFAULT_DELAY_MINUTES = 5;
-static constexpr int MAX_DELAY_MINUTES = 60;
 static constexpr int SECONDS_PER_MINUTE = 60;
 
 static int delay_seconds() {
     int minutes = get_CFG_int(USR_FLOW_SMS_NOTICE_DELAY);
-    if (minutes < 1 || minutes > MAX_DELAY_MINUTES)
+    if (!NOTICE_MINUTES.holds(minutes))
         minutes = DEFAULT_DELAY_MINUTES;
     return minutes * SECONDS_PER_MINUTE;
 }

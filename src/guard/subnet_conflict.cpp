@@ -8,9 +8,8 @@
 #include "base/text.h"
 #include "platform/network.h"
 #include "wan/setting_keys.h"
+#include "wan/setting_ranges.h"
 
-static constexpr int SUBNETS_PER_SIDE = 16;
-static constexpr int MASK_TEXT_SIZE = 32;
 static constexpr size_t GROUP_DIGITS = 8; // one 32-bit word
 
 namespace {
@@ -47,7 +46,7 @@ constexpr side VLAN = {.first_bit = 16,
 
 // The bits of SYS_BRIDGE_VLAN_MASK: the lower half enables LAN indexes, the upper VLAN indexes.
 static uint32_t enabled_subnets() {
-    const text<MASK_TEXT_SIZE> mask = setting_text<MASK_TEXT_SIZE>(SYS_BRIDGE_VLAN_MASK);
+    const text<BRIDGE_MASK_SIZE> mask = setting_text<BRIDGE_MASK_SIZE>(SYS_BRIDGE_VLAN_MASK);
     uint32_t lowest = 0;
     uplinkd_parse_hex_words(mask.c_str(), mask.size(), &lowest, nullptr, nullptr);
     return lowest;

@@ -10,11 +10,9 @@
 #include "provision/clients/ppp.h"
 #include "wan/ifname.h"
 #include "wan/modes.h"
+#include "wan/setting_ranges.h"
 #include "wan/wan_record.h"
 #include "wan/wan_settings.h"
-
-static constexpr int MIN_VLAN_ID = 10;
-static constexpr int MAX_VLAN_ID = 4095;
 
 namespace {
 
@@ -28,13 +26,6 @@ struct wired_wan {
 };
 
 } // namespace
-
-// Only the main wired WAN may run untagged.
-static bool is_vlan_id_of_index(int vlan_id, int idx) {
-    if (vlan_id == 0 && idx == 0)
-        return true;
-    return vlan_id >= MIN_VLAN_ID && vlan_id <= MAX_VLAN_ID;
-}
 
 // The main wired WAN is always on.
 static bool is_switched_off(int idx) {

@@ -19,9 +19,7 @@ const char *tool_name() {
 [[gnu::format(printf, 1, 0)]] void complain(const char *format, va_list arguments) {
     char message[1024];
     vsnprintf(message, sizeof message, format, arguments);
-    for (char *at = message; *at != '\0'; at++) // one line, and nothing that a terminal obeys
-        if (iscntrl(static_cast<unsigned char>(*at)))
-            *at = '?';
+    make_printable(message);
     dprintf(STDERR_FILENO, "%s: %s\n", tool_name(), message);
 }
 
@@ -58,6 +56,19 @@ int print(std::string_view text) {
     if (dprintf(STDOUT_FILENO, "%.*s", static_cast<int>(text.size()), text.data()) >= 0)
         return DONE;
     return failure("cannot write to standard output: %s", strerror(errno));
+}
+
+void make_printable(char *text) {
+    for (; *text != '\0'; text++)
+        if (iscntrl(static_cast<unsigned char>(*text)))
+            *text = '?';
+}
+
+void warn(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    complain(format, arguments);
+    va_end(arguments);
 }
 
 int failure(const char *format, ...) {

@@ -21,8 +21,14 @@ int print_version();
 // Writes TEXT to standard output; the exit status that follows from it.
 int print(std::string_view text);
 
+// Replaces what a terminal would obey, newlines too.
+void make_printable(char *text);
+
 // One line on standard error, whatever the arguments contain; the exit status to end with.
 [[gnu::format(printf, 1, 2)]] int failure(const char *format, ...);
+
+// The same for what is no failure.
+[[gnu::format(printf, 1, 2)]] void warn(const char *format, ...);
 
 // The same, and a hint at --help.
 [[gnu::format(printf, 1, 2)]] int wrong_usage(const char *format, ...);

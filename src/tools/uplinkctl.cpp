@@ -6,18 +6,18 @@
 #include <cstdio>
 #include <cstring>
 
-#include "platform/config_store.h"
 #include "platform/flag_store.h"
-#include "platform/host/settings_file.h"
 #include "tools/cli.h"
+#include "tools/config.h"
+#include "tools/setting_names.h"
 #include "tools/uplinkctl.h"
 
-static int config_get(operands given);
-static int config_set(operands given);
-static int config_unset(operands given);
-static int config_list(operands given);
 static int flag_get(operands given);
 static int flag_store(operands given);
+
+static int name_settings(operands) {
+    return print_setting_names();
+}
 
 static constexpr size_t ANY_NUMBER = SIZE_MAX;
 
@@ -30,19 +30,26 @@ static constexpr struct {
     const char *purpose;
 } COMMANDS[] = {
     {"config", "get", 1, 1, config_get, "config get KEY", "print the value of a setting"},
-    {"config", "set", 2, 2, config_set, "config set KEY VALUE", "change a setting"},
+    {"config", "set", 2, 3, config_set, "config set [--strict] KEY VALUE",
+     "change it; --strict: only if in range"},
     {"config", "unset", 1, 1, config_unset, "config unset KEY", "remove a setting"},
-    {"config", "list", 0, 0, config_list, "config list", "print all settings"},
+    {"config", "list", 0, 1, config_list, "config list [--describe]",
+     "print them; --describe: all, explained"},
+    {"config", "check", 0, 0, config_check, "config check",
+     "print what is out of range or misspelt"},
     {"flag", "get", 1, 1, flag_get, "flag get NAME", "print a named flag"},
     {"flag", "set", 2, 2, flag_store, "flag set NAME VALUE", "set a named flag"},
     {"listen", "", 1, ANY_NUMBER, listen_to_bus, "listen APP [-n COUNT] [-t SECONDS]",
      "show the records sent to an application"},
+    {"log", "", 0, 1, show_log, "log [TIME]", "print the log, or a minute of it (03:12)"},
+    {"batch", "", 0, 0, show_batch, "batch", "print what the daemon ran last, and what came of it"},
     {"watch", "", 0, ANY_NUMBER, watch_router, "watch [--json] [-t SECONDS]",
      "show what happens, as it happens"},
     {"record", "", 1, ANY_NUMBER, record_router, "record FILE [--private] [-t SECONDS]",
      "keep what happens, to be replayed"},
     {"compare", "", 2, 2, compare_recordings, "compare A B",
      "show where the daemon decided differently in two recordings"},
+    {"names", "settings", 0, 0, name_settings, "names settings", "print what settings there are"},
     {"names", "", 1, 1, print_names, "names items|messages|applications|flags",
      "print what there is: number, name, meaning"},
     {"status", "", 0, 1, show_status, "status [--json]", "show the uplinks at a glance"},
@@ -52,9 +59,14 @@ static constexpr struct {
 
 static int help() {
     int status = cli::print("Usage: uplinkctl COMMAND\nCommands:\n");
+    constexpr int COLUMN = 36; // of what a synopsis may take
     for (const auto &command : COMMANDS) {
-        char line[120];
-        snprintf(line, sizeof line, "  %-36s %s\n", command.synopsis, command.purpose);
+        char line[160];
+        if (strlen(command.synopsis) <= COLUMN - 2) // scripts find its end by the blanks
+            snprintf(line, sizeof line, "  %-*s %s\n", COLUMN, command.synopsis, command.purpose);
+        else
+            snprintf(line, sizeof line, "  %s\n%*s%s\n", command.synopsis, COLUMN + 3, "",
+                     command.purpose);
         if (status == cli::DONE)
             status = cli::print(line);
     }
@@ -87,8 +99,7 @@ int main(int argc, char **argv) {
 // As long as the settings file that this program can change, so that no value of it is cut.
 static std::array<char, 256 * 1024> value_buffer;
 
-// Prints what READ finds under NAME: nothing at all for no value, like devinfo.
-static int show(int (*read)(const char *name, char *buffer, int size), const char *name) {
+int print_value(int (*read)(const char *name, char *buffer, int size), const char *name) {
     errno = 0;
     read(name, value_buffer.data(), static_cast<int>(value_buffer.size()));
     if (errno != 0 && errno != ENOENT)
@@ -99,48 +110,8 @@ static int show(int (*read)(const char *name, char *buffer, int size), const cha
     return status == cli::DONE ? cli::print("\n") : status;
 }
 
-static int report(host::settings_result result, const char *key) {
-    switch (result) {
-    case host::settings_result::done: return cli::DONE;
-    case host::settings_result::refused:
-        return cli::failure(
-            "'%s' cannot be set: a key is not empty, does not begin with # and holds "
-            "no = and no newline; a value holds no newline",
-            key);
-    case host::settings_result::locked:
-        return cli::failure("the settings are locked by another program");
-    case host::settings_result::too_large: return cli::failure("the settings file is too large");
-    case host::settings_result::failed: break;
-    }
-    return cli::failure("cannot use the settings: %s", strerror(errno));
-}
-
-static int config_get(operands given) {
-    return show(cfg_get_item, given[0]);
-}
-
-static int config_set(operands given) {
-    return report(host::set_setting(given[0], given[1]), given[0]);
-}
-
-static int config_unset(operands given) {
-    return report(host::unset_setting(given[0]), given[0]);
-}
-
-static int config_list(operands) {
-    static int status = cli::DONE;
-    const auto print_setting = [](std::string_view key, std::string_view value) {
-        for (const std::string_view part :
-             {key, std::string_view{"="}, value, std::string_view{"\n"}})
-            if (status == cli::DONE)
-                status = cli::print(part);
-    };
-    const host::settings_result result = host::list_settings(print_setting);
-    return status != cli::DONE ? status : report(result, "");
-}
-
 static int flag_get(operands given) {
-    return show(flag_get_item, given[0]);
+    return print_value(flag_get_item, given[0]);
 }
 
 static int flag_store(operands given) {

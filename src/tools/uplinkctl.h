@@ -6,10 +6,15 @@
 
 using operands = std::span<char *const>;
 
+// Prints what READ finds under NAME: nothing at all for no value, like devinfo.
+int print_value(int (*read)(const char *name, char *buffer, int size), const char *name);
+
 int listen_to_bus(operands given);
 int explain_priority(operands given);
 int show_status(operands given);
 int watch_router(operands given);
 int record_router(operands given);
 int compare_recordings(operands given);
+int show_log(operands given);
+int show_batch(operands given);
 int print_names(operands given);

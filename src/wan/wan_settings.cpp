@@ -1,51 +1,21 @@
 #include "wan/wan_settings.h"
 
-#include <cstring>
-
 #include "base/log_forms.h"
 #include "base/text.h"
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
+#include "wan/setting_ranges.h"
 
 static constexpr int DEFAULT_SUB_PORT_NUM = 3;
 static constexpr int DEFAULT_MTU = 1500;
 static constexpr int MRU_NOT_SET = 0;
 
-namespace {
-
 using setting_value = text<32>;
-
-template <typename enumeration> struct named_value {
-    char name[8];
-    enumeration value;
-};
-
-constexpr named_value<uplinkd_ip_version> IP_VERSIONS[] = {
-    {"ipv4v6", IPVER_V4V6}, {"ipv4", IPVER_V4}, {"ipv6", IPVER_V6}};
-
-constexpr named_value<uplinkd_ipmode> IPV4_MODES[] = {
-    {"dhcp", IPMODE_DHCP}, {"static", IPMODE_STATIC}, {"linkppp", IPMODE_LINKPPP}};
-
-// By the number that the setting holds.
-constexpr uplinkd_ipmode IPV6_MODES[] = {IPMODE_NONE,  IPMODE_STATEFUL, IPMODE_STATELESS,
-                                         IPMODE_SLAAC, IPMODE_STATIC,   IPMODE_LINKPPP};
-
-} // namespace
 
 static setting_value lower_case_setting(const char *key, int idx) {
     setting_value value = setting_text<32>(key_of_index(key, idx).c_str());
     uplinkd_util_str_tolower(value.data(), value.size());
     return value;
-}
-
-template <typename enumeration, size_t N>
-static enumeration value_of_name(const named_value<enumeration> (&table)[N], const char *name,
-                                 enumeration fallback) {
-    for (const auto &entry : table) {
-        if (strcmp(entry.name, name) == 0)
-            return entry.value;
-    }
-    return fallback;
 }
 
 uplinkd_ip_version uplinkd_cfg_get_wired_ipversion_by_idx(int idx) {
@@ -62,9 +32,7 @@ uplinkd_ipmode uplinkd_cfg_get_wired_ipmode_v4_by_idx(int idx) {
 
 uplinkd_ipmode uplinkd_cfg_get_wired_ipmode_v6_by_idx(int idx) {
     const int mode = get_CFG_int(key_of_index(USR_WAN_V6_IPMODE, idx).c_str());
-    return mode >= 0 && mode < static_cast<int>(sizeof IPV6_MODES / sizeof *IPV6_MODES)
-               ? IPV6_MODES[mode]
-               : IPMODE_NONE;
+    return mode >= 0 && mode <= LAST_IPV6_MODE ? IPV6_MODES[mode] : IPMODE_NONE;
 }
 
 int uplinkd_cfg_get_wired_sub_port_num() {

@@ -7,9 +7,105 @@
 // Regular expressions; a line of standard error begins with '!'. They tell the exit status, too.
 static const std::string FAILURE = "!\\w+: .*\n", USAGE = FAILURE + "!Try '\\w+ --help'\\.\n";
 
+static std::string shown(const std::string &command) {
+    FILE *const pipe = popen(command.c_str(), "r");
+    std::string text;
+    for (int c; (c = fgetc(pipe)) != EOF;)
+        text += static_cast<char>(c);
+    pclose(pipe);
+    return text;
+}
+
+// What `config check` says of one line of the settings, "" if nothing; `config set --strict`
+// agrees.
+TEST(Tools, CheckSettingsAsTheDaemonReadsThem) {
+    const struct {
+        std::string setting, fault;
+    } LINES[] = {
+        {"USR_WAN_MODE=1", ""},
+        {"USR_WAN_MODE=7", ""},
+        {"USR_WAN_MODE=8",
+         "not in range (1 to 7); no WAN is brought up, and the mobile network has "
+         "priority"},
+        {"USR_WAN_MODE=0",
+         "not in range (1 to 7); no WAN is brought up, and the mobile network has "
+         "priority"},
+        {"USR_WAN_MODE=", ""},
+        {"USR_WAN_MODE= 5x", "not a plain number; it counts as 5"},
+        {"USR_WAN_LINK_DETECT_SW=-9", ""},
+        {"USR_WAN_LINK_DETECT_SW=on", "not a plain number; it counts as 0"},
+        {"USR_FLOW_SMS_NOTICE_DELAY=60", ""},
+        {"USR_FLOW_SMS_NOTICE_DELAY=61", "not in range (1 to 60); the default counts"},
+        {"SYS_REBOOT_WHEN_MODEM_UNORMAL=0", ""},
+        {"SYS_REBOOT_WHEN_MODEM_UNORMAL=10", "not in range (0 or 1); it counts as 1"},
+        {"SYS_WIRED_WAN_SUB_PORT_NUM=8", ""},
+        {"SYS_WIRED_WAN_SUB_PORT_NUM=9", "not in range (0 to 8); the default counts"},
+        {"USR_APN_PDP_TYPE=IP", ""},
+        {"USR_APN_PDP_TYPE=ipv6", "not in just these letters (IPV6); an IPv4 address is needed"},
+        {"USR_WIRED_WAN_VLAN_ID_0=0", ""},
+        {"USR_WIRED_WAN_VLAN_ID_8=4095", ""},
+        {"USR_WIRED_WAN_VLAN_ID_1=0", "not in range (10 to 4095); the index is not brought up"},
+        {"USR_WAN_IPVERSION_2=IPv4v6", ""},
+        {"USR_WAN_IPVERSION_2=4", "not in range (ipv4, ipv6 or ipv4v6); no addresses are set up"},
+        {"USR_WAN_IPMODE_1=LinkPPP", ""},
+        {"USR_WAN_IPMODE=STATIC", ""},
+        {"USR_WAN_IPMODE=LinkPPP", "not in just these letters (dhcp, static or linkPPP); it is "
+                                   "judged by the static addresses"},
+        {"USR_WAN_IPMODE=pppoe",
+         "not in range (dhcp, static or linkPPP); no IPv4 addresses are set up"},
+        {"USR_WAN_V6_IPMODE_8=5", ""},
+        {"USR_WAN_V6_IPMODE=6", "not in range (1 to 5); no IPv6 addresses are set up"},
+        {"USR_WAN_IPADDR_V4=192.0.2.1", ""},
+        {"USR_WAN_IPADDR_V4=192.0.2.01", "not in range (a dotted quad); it cannot be set on the "
+                                         "interface"},
+        {"USR_WAN_MTU=99999999999", "not a plain number; it counts as 2147483647"},
+        {"SYS_BRIDGE_VLAN_MASK=fFfF0001", ""},
+        {"SYS_BRIDGE_VLAN_MASK=1fFfF0001",
+         "not in range (up to 8 hexadecimal digits); it counts as FFFF0001"},
+        {"SYS_LOG_LEVEL=-1", "not in range (0 or more); the default counts"},
+        {"USR_WAN_PPPOE_USERNAME_1=1234567890123456789012345678901", ""},
+        {"USR_WAN_PPPOE_USERNAME_1=12345678901234567890123456789012",
+         "not in range (at most 31 bytes); it is cut"},
+        {"USR_WAN_PPPOE_PASSWORD=@/hidden",
+         "it begins with @/ as the name of a file does; no account is written, so that the "
+         "provider refuses the link"},
+        {"usr_wan_pppoe_pasword=hidden",
+         "USR_WAN_PPPOE_PASSWORD may be meant; the daemon does not read it"},
+        {"Usr_Wan_Mode=1", "USR_WAN_MODE may be meant; the daemon does not read it"},
+        {"USR_WAN_MDOE=1", "USR_WAN_MODE may be meant; the daemon does not read it"},
+        {"USR_WAN_IPMODE1=dhcp", "USR_WAN_IPMODE_1 may be meant; the daemon does not read it"},
+        {"USR_WAN_IPMODE_0=dhcp", "USR_WAN_IPMODE may be meant; the daemon does not read it"},
+        {"USR_WAN_IPMODE_01=dhcp", "USR_WAN_IPMODE_1 may be meant; the daemon does not read it"},
+        {"USR_WAN_MODE_2=1", "USR_WAN_MODE may be meant; the daemon does not read it"},
+        {"USR_WAN_MTU_99999999999=1",
+         "known are USR_WAN_MTU, USR_WAN_MTU_1 to _8; the daemon does not read it"},
+        {"USR_DHCP_LAN_IP_15=192.0.2.1", ""},
+        {"USR_DHCP_LAN_IP_16=192.0.2.1",
+         "known are USR_DHCP_LAN_IP, USR_DHCP_LAN_IP_1 to _15; the daemon does not read it"},
+        {"USR_WIRED_WAN_SW=1", "known are USR_WIRED_WAN_SW_0 to _8; the daemon does not read it"},
+        {"USR_WAN_IPADDR_V6=2001:db8::1", ""}, // another program's
+        {"USR_WAN_MAC=00:00:5e:00:53:01", ""},
+    };
+    for (const auto &[setting, fault] : LINES) {
+        put_file(SETTINGS, setting + "\n");
+        std::string said = setting + ": " + fault + "\n";
+        if (const size_t secret = setting.find("hidden"); secret != std::string::npos)
+            said = setting.substr(0, setting.find('=')) + "=(set): " + fault + "\n";
+        EXPECT_EQ(shown("./uplinkctl config check"), fault.empty() ? "" : said);
+        put_file(SETTINGS, "#\n");
+        const size_t equals = setting.find('=');
+        const std::string refused =
+            shown("./uplinkctl config set --strict '" + setting.substr(0, equals) + "' '" +
+                  setting.substr(equals + 1) + "' 2>&1; echo $?");
+        EXPECT_EQ(refused, fault.empty() ? "0\n" : "uplinkctl: " + said + "1\n");
+        EXPECT_EQ(file_text(SETTINGS), fault.empty() ? "#\n" + setting + "\n" : "#\n");
+    }
+}
+
 TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
     const struct {
         std::string command, output;
+        int status = -1; // by the output
     } STEPS[] = {
         {"for t in devinfo sockmsg_send addr_format uplinkctl; do"
          " $t --version; [ \"$($t -h)\" = \"$($t --help)\" ] && $t -h | grep Usage; done",
@@ -32,6 +128,22 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"printf '#c\\nB=\\nA=2\\n' >> " + SETTINGS + "; uplinkctl config list", "B=\nA=2\n"},
         {"uplinkctl config unset A && uplinkctl config unset A; uplinkctl config list", "B=\n"},
         {"uplinkctl config set A \"$(printf '1\\n2')\"", FAILURE},
+        {"uplinkctl config set USR_WAN_MUT 1 2>&1; uplinkctl config get USR_WAN_MUT",
+         "uplinkctl: USR_WAN_MUT=1: USR_WAN_MTU may be meant; .*\n1\n"},
+        {"uplinkctl config check", "USR_WAN_MUT=1: .*\n", 1},
+        {"uplinkctl config unset USR_WAN_MUT; uplinkctl config check", ""},
+        {"uplinkctl config set --strickt A 1", USAGE},
+        {"uplinkctl config set --strict B && uplinkctl config unset --strict", ""}, // a key, too
+        {"for s in USR_WAN_MTU=1400 USR_WAN_MTU_8=1401 USR_WAN_PPPOE_PASSWORD_2=hidden; do"
+         " uplinkctl config set ${s%=*} ${s#*=}; done; uplinkctl config list --describe | tee "
+         "/tmp/d"
+         " | grep '[=]\\|hidden'; grep -E '.{80}' /tmp/d; grep -A3 '^USR_WAN_MRU' /tmp/d",
+         "    now USR_WAN_PPPOE_PASSWORD_2=\\(set\\)\n    now USR_WAN_MTU=1400\n"
+         "    now USR_WAN_MTU_8=1401\nUSR_WAN_MRU, USR_WAN_MRU_1 to _8\n    now not set\n"
+         "    1 or more; default: the MTU; otherwise the default counts\n    The largest .*\n"},
+        {"uplinkctl names settings | sed -n '/_VLAN_ID/p' | tr '\\t' '|'",
+         "USR_WIRED_WAN_VLAN_ID\\|0-8\\|10 to 4095\\|\\|0\\|the index is not brought up\\|The "
+         ".*\n"},
         {"uplinkctl flag set F 1 && uplinkctl flag get F", "1\n"},
         {"uplinkctl flag set ../F 1", FAILURE},
         {"uplinkctl config set USR_WAN_MODE 5; for i in 201001 201101; do devinfo $i 1; done;"
@@ -59,13 +171,16 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"ipv6 no_separator -a fe80000000000000021A2bfffe3c4d5g", FAILURE},
         {"ipv6 perfer -a 10.0.0.1", FAILURE},
     };
-    for (const auto &[command, output] : STEPS) {
+    for (const auto &[command, output, expected] : STEPS) {
         const int ended =
             system(("PATH=.:$PATH; ipv6() { addr_format -6 -d compact -s \"$@\"; }; { " + command +
                     "; } > /tmp/printed 2> /tmp/errors; status=$?;"
                     "sed 's/^/!/' /tmp/errors >> /tmp/printed; exit $status")
                        .c_str());
-        const int status = output == USAGE ? 2 : output.starts_with('!') ? 1 : 0;
+        const int status = expected >= 0             ? expected
+                           : output == USAGE         ? 2
+                           : output.starts_with('!') ? 1
+                                                     : 0;
         EXPECT_EQ(WEXITSTATUS(ended), status) << command;
         const std::string printed = file_text("/tmp/printed");
         EXPECT_TRUE(std::regex_match(printed, std::regex(output))) << command << "\n" << printed;

@@ -4,12 +4,13 @@
 #include <cstdint>
 
 #include "base/text.h"
+#include "wan/setting_ranges.h"
 #include "wan/wan_record.h"
 
 // What one WAN index's link is started with.
 struct ppp_cfg_set {
-    text<32> ppp_user;
-    text<32> ppp_pwd;
+    text<PPP_ACCOUNT_SIZE> ppp_user;
+    text<PPP_ACCOUNT_SIZE> ppp_pwd;
     uint32_t ppp_mtu; // bytes
     uint32_t ppp_mru; // bytes
     text<32> pid_fname;

@@ -23,6 +23,7 @@ form lines_for = form::people;
 bool replaces_addresses = false;
 bool is_live = false;
 bool has_colours = false;
+text<32> past_time;       // what lines show instead of now
 long long started = 0;    // by now()
 long long started_at = 0; // microseconds since 1970
 
@@ -65,12 +66,14 @@ void print_heading(const char *kind, int colour) {
     const time_t seconds = static_cast<time_t>(time / 1000000);
     tm local;
     localtime_r(&seconds, &local);
-    char clock[16];
+    char clock[32];
     strftime(clock, sizeof clock, "%H:%M:%S", &local);
+    snprintf(clock + strlen(clock), 8, ".%03lld", time / 1000 % 1000);
+    const char *const shown_clock = past_time.empty() ? clock : past_time.c_str();
     if (has_colours)
-        print("%s.%03lld  \033[%dm%-8s\033[0m ", clock, time / 1000 % 1000, colour, kind);
+        print("%s  \033[%dm%-8s\033[0m ", shown_clock, colour, kind);
     else
-        print("%s.%03lld  %-8s ", clock, time / 1000 % 1000, kind);
+        print("%s  %-8s ", shown_clock, kind);
 }
 
 const char *shown(const char *value) {
@@ -117,7 +120,7 @@ void begin(form wanted, bool is_private) {
         return;
     tm utc;
     gmtime_r(&time.tv_sec, &utc);
-    char clock[24], start[40];
+    char clock[24], start[48];
     strftime(clock, sizeof clock, "%Y-%m-%dT%H:%M:%S", &utc);
     snprintf(start, sizeof start, "%s.%06ldZ", clock, time.tv_nsec / 1000);
     output::open(nullptr, '{');
@@ -428,6 +431,20 @@ void log_line(std::string_view line) {
     output::number_member("level", number(log.level));
     output::text_member("text", log.words);
     close_line();
+}
+
+void past_line(std::string_view line) {
+    const log_parts log = split(line);
+    if (!log.is_whole)
+        return;
+    past_time = {};
+    memcpy(past_time.data(), log.time.data(), log.time.size());
+    log_line(line);
+    past_time = {};
+}
+
+void go_live_quietly() {
+    is_live = true;
 }
 
 } // namespace events

@@ -30,6 +30,10 @@ void overflow();
 // A line of the log; one that says that the daemon received or sent a message is shown as that.
 void log_line(std::string_view line);
 
+// The same for a line of some time ago, shown with its own time.
+void past_line(std::string_view line);
+void go_live_quietly();
+
 // A PPP user name or password, which is to be in no line from now on.
 void keep_secret(const char *value);
 

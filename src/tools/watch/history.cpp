@@ -1,0 +1,109 @@
+// uplinkctl log and batch: what has happened, from the log, and what the daemon ran last.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "batch/script_runner.h"
+#include "platform/host/files.h"
+#include "provision/clients/client_files.h"
+#include "tools/cli.h"
+#include "tools/output.h"
+#include "tools/router_state.h"
+#include "tools/uplinkctl.h"
+#include "tools/watch/events.h"
+
+using output::print;
+
+// ---- log
+
+// Where the time of day stands in a line, "YYYY-MM-DD HH:MM:SS.mmm ...".
+static constexpr size_t DATE_SIZE = 11;
+
+static void print_if_at(std::string_view line, void *context) {
+    const std::string_view wanted{static_cast<const char *>(context)};
+    if (line.substr(0, wanted.size()) == wanted ||
+        (line.size() > DATE_SIZE && line.substr(DATE_SIZE).starts_with(wanted)))
+        events::past_line(line);
+}
+
+int show_log(operands given) {
+    char all[] = "";
+    char *const wanted = given.empty() ? all : given[0];
+    if (strspn(wanted, "0123456789:.- ") != strlen(wanted))
+        return cli::wrong_usage("'%s' is no time such as 03:12 or '2026-11-23 03:1'", wanted);
+    events::begin(events::form::people, false);
+    events::go_live_quietly();
+    router::visit_log(print_if_at, wanted);
+    return output::flush();
+}
+
+// ---- batch
+
+// The word that follows OPTION in a command.
+static text<64> word_after(std::string_view command, std::string_view option) {
+    text<64> word;
+    const size_t at = command.find(option);
+    if (at == command.npos)
+        return word;
+    command.remove_prefix(at + option.size());
+    const size_t length = std::min(command.find(' '), command.size());
+    memcpy(word.data(), command.data(), std::min(length, sizeof word.chars - 1));
+    return word;
+}
+
+// Of a command that starts a client it can be seen whether that runs.
+static void print_outcome(std::string_view command) {
+    const struct {
+        const char *program;
+        std::string_view pid_option;
+    } CLIENTS[] = {{UDHCPC, " -p "}, {UDHCPC6, " -p "}, {PPPD, " pidfile "}};
+    for (const auto &[program, pid_option] : CLIENTS) {
+        const size_t length = strlen(program);
+        if (command.substr(0, length) != program || command.substr(length, 1) != " ")
+            continue;
+        const text<64> path = word_after(command, pid_option);
+        const int pid = router::read_pid_file(path.c_str());
+        if (pid != 0 && router::is_process(pid, program))
+            print("    => %s runs, pid %d\n", program, pid);
+        else
+            print("    => %s does not run\n", program);
+    }
+}
+
+int show_batch(operands) {
+    static char script[64 * 1024];
+    const host::descriptor file(host::open_regular(TMP_SCRIPT, O_RDONLY | O_NOFOLLOW));
+    struct stat status;
+    const ssize_t length = file < 0 ? 0 : read(file, script, sizeof script);
+    if (length <= 0 || fstat(file, &status) != 0)
+        return cli::failure("there is no batch in %s", TMP_SCRIPT);
+    char written[32];
+    tm local;
+    localtime_r(&status.st_mtime, &local);
+    strftime(written, sizeof written, "%Y-%m-%d %H:%M:%S", &local);
+
+    std::string_view rest{script, static_cast<size_t>(length)};
+    bool is_run = false;
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+        constexpr std::string_view BEGUN = "# rewrite by ", RUN = "# executed by ";
+        if (line.starts_with(BEGUN)) {
+            output::put(line.substr(BEGUN.size()));
+            print(" at %s\n", written);
+        } else if (line.starts_with(RUN)) {
+            is_run = true;
+        } else if (!line.empty()) {
+            output::put("  $ ");
+            output::put(line);
+            output::put("\n");
+            print_outcome(line);
+        }
+    }
+    print(is_run ? "It was run to its end or still runs.\n" : "It has not been run.\n");
+    return output::flush();
+}
