@@ -39,7 +39,7 @@ class Client:
 
     def __init__(self, number, pid):
         self.number, self.pid, self.up, self.answer = number, pid, False, None
-        self.downs, self.stored = 0, []
+        self.downs, self.stored, self.fall = 0, [], None
 
 
 class Lives:
@@ -100,7 +100,8 @@ class Planner:
                 self.live(event)
             else:
                 self.at_start(event)
-        self.inputs = [i for i in self.inputs if i.kind != "sibling" or i.new is not None]
+        self.inputs = [i for i in self.inputs if (i.kind != "sibling" or i.new is not None)
+                       and (i.kind != "answer" or i.event)]
 
     def at_start(self, event):
         if event.kind == "setting":
@@ -182,6 +183,10 @@ class Planner:
         elif writer == "router" or not self.is_running or (
                 writer != "daemon" and event.new and not self.is_static(event.new)):
             self.add(event, "item", id=event.id, new=event.new)
+        elif key and key[0] == "pppd" and not self.lives.alive[key].fall:
+            # Perhaps its link goes down: what it reports will tell.
+            client = self.lives.alive[key]
+            client.fall = self.add(event, "answer", key=key, life=client.number, event="", values={})
 
     def is_static(self, value):
         """Whether the daemon itself may have stored it: a configured address."""
@@ -201,8 +206,9 @@ class Planner:
             self.close(client)
         if client.answer is None:
             event_name = "renew" if client.up and key[0] != "pppd" else "bound"
-            client.answer = self.add(event, "answer", key=key, life=client.number,
-                                     event=event_name, values=self.values_of(event.id))
+            client.fall = None
+            client.answer = self.add(event, "answer", key=key, life=client.number, event=event_name,
+                                     values=self.values_of(event.id))
             self.open.append(client)
         client.answer.values[field] = event.new
         client.stored.append((event.id, event.new))
@@ -257,8 +263,8 @@ class Planner:
             if key[0] != "pppd" or not (client.up or client.downs % 2):
                 continue
             client.downs += 1
-            if client.up and not client.ended:
-                self.add(event, "answer", key=key, life=client.number, event="down", values={})
+            if client.up and not client.ended and client.fall:
+                client.fall.event = "down"
             client.up = False
             return True
         return False
