@@ -183,9 +183,13 @@ class Planner:
         elif writer == "router" or not self.is_running or (
                 writer != "daemon" and event.new and not self.is_static(event.new)):
             self.add(event, "item", id=event.id, new=event.new)
-        elif key and key[0] == "pppd" and not self.lives.alive[key].fall:
-            # Perhaps its link goes down: what it reports will tell.
-            client = self.lives.alive[key]
+        elif key:
+            self.may_fall(event, key)
+
+    def may_fall(self, event, key):
+        """Perhaps its PPP link goes down: what it reports will tell."""
+        client = self.lives.alive[key]
+        if key[0] == "pppd" and not client.fall:
             client.fall = self.add(event, "answer", key=key, life=client.number, event="", values={})
 
     def is_static(self, value):
@@ -197,7 +201,7 @@ class Planner:
         client = self.lives.alive[key]
         if field == "iface":
             if not event.new.startswith("ppp"):
-                return  # the script of a link that is down puts the name back
+                return self.may_fall(event, key)  # the script of a link that is down puts it back
         else:
             recording.address(event.number, event.new)
         if client.answer and any(item == event.id for item, _ in client.stored):

@@ -84,7 +84,10 @@ class Player:
     def catch_up(self, wanted):
         """Waits until the daemon has done what it had done in the recording."""
         if not self.wait_for("", lambda: not self.behind(wanted), min(PATIENCE, 5)):
-            self.missing.update(self.behind(wanted))
+            late = self.behind(wanted)
+            self.missing.update(late)
+            print("replay: goes on without", ", ".join(" ".join(map(str, lane)) for lane in late),
+                  file=sys.stderr)
 
     # ---- the start
 
