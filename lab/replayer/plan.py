@@ -44,15 +44,15 @@ class Client:
 
 class Lives:
     """Which clients live. A client that goes into the background does so as another process; one
-    that appears after a batch has run is a new one, since batches stop all clients first."""
+    that appears after a batch was to start it is a new one."""
 
     def __init__(self):
-        self.batches, self.seen, self.alive, self.starts = 0, {}, {}, Counter()
+        self.batches, self.seen, self.alive, self.starts = Counter(), {}, {}, Counter()
 
     def note(self, event):
         """Returns whether a new client has started."""
         if event.kind == "batch":
-            self.batches += event.state == "run"
+            self.batches.update({line.split(" ")[0] for line in event.lines})
         if event.kind != "client":
             return False
         key = (event.client, event.wan)
@@ -60,8 +60,9 @@ class Lives:
             if key in self.alive and self.alive[key].pid == event.pid:
                 self.alive[key].ended = True
             return False
-        is_new = event.state != "background" or self.seen.get(key) != self.batches
-        self.seen[key] = self.batches
+        batches = self.batches[event.client]
+        is_new = event.state != "background" or self.seen.get(key) != batches
+        self.seen[key] = batches
         if is_new:
             self.starts[key] += 1
             self.alive[key] = Client(self.starts[key], event.pid)

@@ -156,6 +156,8 @@ class Player:
         elif event.kind == "message":
             self.bus.send(event.id, event.sender)
         elif event.kind == "daemon":
+            # What a script tells nobody is not to reach the next daemon.
+            self.wait_for("", lambda: not self.clients.scripts, 5)
             self.end_daemon()
             if event.state == "started":
                 self.start_daemon()

@@ -65,6 +65,7 @@ class Line:
         self.number = number
         self.t = fields["t"]
         self.kind = fields["kind"]
+        self.lines = fields.get("lines", ())
         for member in MEMBERS.get(self.kind, ()):
             setattr(self, member.replace("from", "sender"), fields[member])
 
@@ -91,6 +92,9 @@ def parse_event(number, raw):
     for member, is_valid in MEMBERS.get(kind, {}).items():
         if member not in fields or not is_valid(fields[member]):
             raise Malformed(number, f"'{member}' of kind '{kind}' is missing or wrong")
+    lines = fields.get("lines", [])
+    if not isinstance(lines, list) or not all(map(is_text, lines)):
+        raise Malformed(number, "'lines' are no texts")
     return Line(number, fields)
 
 

@@ -66,16 +66,35 @@ struct walker {
 
     cursor at;
     lane wanted;
-    size_t batches = 0;           // run so far
+    size_t batches = 0;           // so far, that were to start the client
     size_t batches_at_client = 0; // when a client was last seen
     std::string_view client_pid;
 };
+
+std::string_view lines_of(const event &batch) {
+    const std::string_view list = batch.values[recording::LINES];
+    return list.size() < 2 ? list : list.substr(1, list.size() - 2);
+}
+
+// Whether one of the batch's lines begins with the name of the PROGRAM.
+bool starts(const event &batch, std::string_view program) {
+    for (std::string_view lines = lines_of(batch); !lines.empty();) {
+        std::string_view line = recording::take_element(lines);
+        if (line.empty())
+            return false;
+        line.remove_prefix(1);
+        if (line.starts_with(program) && line.substr(program.size()).starts_with(' '))
+            return true;
+    }
+    return false;
+}
 
 bool next_of_lane(walker &walk, event &found) {
     lane seen;
     while (recording::next(walk.at, found)) {
         const bool is_in_lane = find_lane(found, seen);
-        walk.batches += is_in_lane && seen.kind == "batch" ? 1 : 0;
+        if (is_in_lane && seen.kind == "batch" && starts(found, walk.wanted.first))
+            walk.batches++;
         if (is_in_lane && seen == walk.wanted)
             return true;
     }
@@ -219,13 +238,9 @@ void put_side(char letter, const side &of) {
     put_inputs(of, of.seen.number);
 }
 
-std::string_view inside(std::string_view list) {
-    return list.size() < 2 ? list : list.substr(1, list.size() - 2);
-}
-
 void put_batch_lines(const event &a, const event &b) {
-    std::string_view lines_a = inside(a.values[recording::LINES]);
-    std::string_view lines_b = inside(b.values[recording::LINES]);
+    std::string_view lines_a = lines_of(a);
+    std::string_view lines_b = lines_of(b);
     while (!lines_a.empty() || !lines_b.empty()) {
         const std::string_view line_a = recording::take_element(lines_a);
         const std::string_view line_b = recording::take_element(lines_b);

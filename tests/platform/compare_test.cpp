@@ -59,7 +59,9 @@ static void expect(const std::string &first, const std::string &second,
 }
 
 TEST(Compare, FindsTheFirstDifferenceOfEachLane) {
-    const std::string batched = batch("\"a\",\"b\""), port = item(200001, "0,1"),
+    const std::string batched = batch("\"a\",\"b\""), stop = batch("\"killall udhcpc\""),
+                      start = batch("\"killall udhcpc\",\"udhcpc -i eth1\""),
+                      port = item(200001, "0,1"),
                       bound = client(7, "started") + client(7, "ended") + client(8, "background"),
                       missed = line("missed", R"("what":"item","name":"I")");
     const struct {
@@ -82,10 +84,13 @@ TEST(Compare, FindsTheFirstDifferenceOfEachLane) {
         {batched, batch("\"a\",\"c\""), "other line: A \"b\", B \"c\""},
         {batched, batch("\"a\""), "other line: A \"b\", B none"},
         {batched, line("batch", R"("state":"done","owner":"o","seconds":1)"), "DIFFERENT batch"},
-        {batched + bound, batched + client(9, "started"), ""}, // into the background
-        {batched + bound, batched + client(9, "started") + client(9, "ended"), "B line 5.*ended"},
-        {bound + client(8, "ended") + batched + client(9, "background"),
-         bound + client(8, "ended") + batched, "A line 8.*background"}, // a new one
+        {start + bound, start + client(9, "started"), ""}, // into the background
+        {start + bound, start + client(9, "started") + client(9, "ended"), "B line 5.*ended"},
+        {start + client(7, "started") + stop + client(7, "ended") + client(8, "background") +
+             client(8, "ended"), // went there just when it was stopped
+         start + client(7, "started") + stop + client(7, "ended"), ""},
+        {bound + client(8, "ended") + start + client(9, "background"),
+         bound + client(8, "ended") + start, "A line 8.*background"}, // a new one
         {line("daemon", R"("pid":1,"state":"started")"),
          line("daemon", R"("pid":2,"state":"started")"), ""},
         {line("daemon", R"("pid":1,"state":"ended")"), "", "DIFFERENT daemon"},
