@@ -94,14 +94,16 @@ int main(int argc, char **argv) {
                             argc > 2 ? argv[2] : "");
 }
 
-// As long as the settings file that this program can change, so that no value of it is cut.
-static std::array<char, 256 * 1024> value_buffer;
+// Longer than any value; one that would be cut is not printed at all.
+static std::array<char, 64 * 1024> value_buffer;
 
 int print_value(int (*read)(const char *name, char *buffer, int size), const char *name) {
     errno = 0;
     read(name, value_buffer.data(), static_cast<int>(value_buffer.size()));
     if (errno != 0 && errno != ENOENT)
         return cli::failure("cannot read '%s': %s", name, strerror(errno));
+    if (strnlen(value_buffer.data(), value_buffer.size()) >= value_buffer.size() - 1)
+        return cli::failure("the value of '%s' is too long", name);
     if (value_buffer[0] == '\0')
         return cli::DONE;
     const int status = cli::print(value_buffer.data());
