@@ -22,14 +22,15 @@ namespace {
 
 using value_text = text<256>; // longer ones are shown cut
 
-// Tells two files at the same name apart.
+// Tells two files at the same name apart. (Not by the time of the last status change, which is also
+// that of being replaced by another.)
 struct identity {
     ino_t inode = 0;
-    timespec changed{};
+    timespec written{};
 
     bool operator==(const identity &other) const {
-        return inode == other.inode && changed.tv_sec == other.changed.tv_sec &&
-               changed.tv_nsec == other.changed.tv_nsec;
+        return inode == other.inode && written.tv_sec == other.written.tv_sec &&
+               written.tv_nsec == other.written.tv_nsec;
     }
 };
 
@@ -68,7 +69,7 @@ identity read_value(const char *folder, const char *name, value_text &value) {
     if (read(file, value.data(), sizeof value.chars - 1) < 0)
         value = {};
     value.data()[strcspn(value.c_str(), "\n")] = '\0';
-    return {status.st_ino, status.st_ctim};
+    return {status.st_ino, status.st_mtim};
 }
 
 bool is_same(const value_text &a, const char *b) {
