@@ -282,7 +282,7 @@ bool find_overlap(const uplink_state &wan, overlap &found) {
 
 // ---- the daemon
 
-static bool is_bound(int app_id) {
+bool is_bound(int app_id) {
     const host::descriptor probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

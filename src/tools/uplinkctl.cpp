@@ -53,6 +53,10 @@ static constexpr struct {
     {"status", "", 0, 1, show_status, "status [--json]", "show the uplinks at a glance"},
     {"explain", "", 0, ANY_NUMBER, explain_priority, "explain [--set NAME=VALUE ...] [--json]",
      "show who has priority, and why"},
+#ifdef UPLINKCTL_METRICS
+    {"metrics", "", 0, 1, print_metrics, "metrics [--cgi] [--textfile]",
+     "print figures for Prometheus"},
+#endif
 };
 
 static int help() {

@@ -17,3 +17,4 @@ int record_router(operands given);
 int show_log(operands given);
 int show_batch(operands given);
 int print_names(operands given);
+int print_metrics(operands given); // with the build option UPLINKCTL_METRICS
