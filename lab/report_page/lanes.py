@@ -178,7 +178,7 @@ class Drawing:
         key = (name, event["pid"])
         if key in self.running:
             self.running.pop(key).close(event["t"])
-        if event["state"] != "ended":
+        if event["state"] != "ended": # also when it goes on in the background, as another process
             if name not in self.clients and len(self.clients) >= MOST_ROWS:
                 name = OTHERS
             rows = self.clients.setdefault(name, [])

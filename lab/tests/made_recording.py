@@ -9,7 +9,7 @@ ITEMS = {"PORT_STATUS_LIST": 200001, "WAN_PORT_INDEX": 230002, "MOBILE_NETSTATUS
          "WIRED_WAN_CONNSTATUS": 201113, "WIRED_WAN_NETMASK": 201103, "WIRED_WAN_NETSTATUS_2": 262001,
          "WIRED_WAN_IP_2": 262002, "WLAN58_LINK_STATUS": 201218}
 CONFLICT = "UPLINKD_DETECT_WAN_NET_SEG_INVALID"
-HOSTILE = "</script><script>document.title='broken'</script><img src=x onerror=alert(1)>\u2028\u202egnp"
+HOSTILE = "</script ></script><script>document.title='broken'</script><img src=x onerror=alert(1)>\u2028\u202egnp"
 
 
 class Story:

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 
+#include "base/packed_texts.h"
 #include "wan/modes.h"
 
 struct arbitration_inputs {
@@ -39,22 +39,18 @@ enum class arbitration_rule {
 #undef RULE
 };
 
-constexpr const char *arbitration_rule_text(arbitration_rule rule) {
-    constexpr std::array TEXTS = {
-#define RULE(name, why) why,
-        UPLINKD_ARBITRATION_RULES(RULE)
+inline constexpr char ARBITRATION_RULE_TEXTS[] =
+#define RULE(name, why) #name "\0" why "\0"
+    UPLINKD_ARBITRATION_RULES(RULE)
 #undef RULE
-    };
-    return TEXTS[static_cast<size_t>(rule)];
-}
+    ;
 
+// The rule's name, and why in words.
 constexpr const char *arbitration_rule_name(arbitration_rule rule) {
-    constexpr std::array NAMES = {
-#define RULE(name, why) #name,
-        UPLINKD_ARBITRATION_RULES(RULE)
-#undef RULE
-    };
-    return NAMES[static_cast<size_t>(rule)];
+    return nth_text(ARBITRATION_RULE_TEXTS, 2 * static_cast<size_t>(rule));
+}
+constexpr const char *arbitration_rule_text(arbitration_rule rule) {
+    return next_text(arbitration_rule_name(rule));
 }
 
 // Which uplink carries the router's traffic, and the rule that decided.

@@ -27,8 +27,8 @@ struct lane {
 bool is_outcome(std::string_view digits) {
     int id = 0, wan = 0;
     std::from_chars(digits.data(), digits.data() + digits.size(), id);
-    const names::item_row *const row = names::find_item(id, wan);
-    return row != nullptr && row->writer != item_writer::router;
+    names::item_row row;
+    return names::find_item(id, row, wan) && row.writer != item_writer::router;
 }
 
 // False for what the daemon did not do.
@@ -292,26 +292,26 @@ bool compare_lane(const lane &of, side &a, side &b, size_t &count) {
 // Where the lanes differ, the earliest difference first: the others as a rule follow from it.
 size_t put_differences(const recording::contents &file_a, const recording::contents &file_b,
                        size_t &count) {
-    size_t different = 0, put = 0;
-    const auto compare = [&](const lane &of, auto &&use) {
-        side a{&file_a, {file_a, of}, {}}, b{&file_b, {file_b, of}, {}};
-        if (!compare_lane(of, a, b, count))
-            use(a, b);
+    static std::array<size_t, lanes.size()> places; // the line in A; 0: none, or put already
+    size_t different = 0;
+    const auto compare = [&](size_t i, bool is_to_be_put) {
+        side a{&file_a, {file_a, lanes[i]}, {}}, b{&file_b, {file_b, lanes[i]}, {}};
+        places[i] = 0;
+        if (compare_lane(lanes[i], a, b, count))
+            return;
+        if (is_to_be_put)
+            return put_difference(lanes[i], a, b);
+        places[i] = a.is_there ? a.seen.number : SIZE_MAX;
+        different++;
     };
-    static std::array<size_t, lanes.size()> places; // the line in A; 0 for none, or put already
     for (size_t i = 0; i < lane_count; i++)
-        compare(lanes[i], [&](const side &a, const side &) {
-            places[i] = a.is_there ? a.seen.number : SIZE_MAX;
-            different++;
-        });
-    for (; put < different; put++) {
+        compare(i, false);
+    for (size_t put = 0; put < different; put++) {
         size_t first = 0;
         for (size_t i = 1; i < lane_count; i++)
             if (places[i] - 1 < places[first] - 1) // 0 becomes the last
                 first = i;
-        compare(lanes[first],
-                [&](const side &a, const side &b) { put_difference(lanes[first], a, b); });
-        places[first] = 0;
+        compare(first, true);
     }
     return different;
 }

@@ -57,7 +57,7 @@ std::string_view words_of(const setting &one);
 
 using short_text = text<80>;
 
-// Its keys, and what values it takes, in a few words.
+// Its keys, and what values it takes, in a few words (as the above, in setting_names.cpp).
 short_text spelling_of(const setting &one);
 short_text range_of(const setting &one);
 

@@ -3,9 +3,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 #include <strings.h>
 
+#include "base/packed_texts.h"
 #include "platform/bus.h"
 #include "tools/cli.h"
 #include "tools/uplinkctl.h"
@@ -16,23 +18,48 @@ namespace names {
 
 namespace {
 
-constexpr item_row ITEMS[] = {
-#define ROW(constant, id, writer, meaning) {#constant, id, item_writer::writer, meaning},
+constexpr char ITEM_TEXTS[] =
+#define ROW(constant, id, writer, meaning) #constant "\0" meaning "\0"
+    UPLINKD_ITEMS(ROW)
+#undef ROW
+    ;
+constexpr struct {
+    int id;
+    item_writer writer;
+} ITEMS[] = {
+#define ROW(constant, id, writer, meaning) {id, item_writer::writer},
     UPLINKD_ITEMS(ROW)
 #undef ROW
 };
 
-constexpr struct message_row {
-    const char *constant;
-    int id;
+constexpr char MESSAGE_TEXTS[] =
+#define ROW(constant, id, direction, peers, meaning) #constant "\0" peers "\0" meaning "\0"
+    UPLINKD_MESSAGES(ROW)
+#undef ROW
+    ;
+constexpr struct {
+    unsigned short id;
     message_direction direction;
-    const char *peers, *meaning;
 } MESSAGES[] = {
-#define ROW(constant, id, direction, peers, meaning)                                               \
-    {#constant, id, message_direction::direction, peers, meaning},
+#define ROW(constant, id, direction, peers, meaning) {id, message_direction::direction},
     UPLINKD_MESSAGES(ROW)
 #undef ROW
 };
+
+struct message_row {
+    int id;
+    message_direction direction;
+    const char *constant, *peers, *meaning;
+};
+
+bool message_at(size_t position, message_row &row) {
+    if (position >= std::size(MESSAGES))
+        return false;
+    const char *const constant = nth_text(MESSAGE_TEXTS, 3 * position);
+    const char *const peers = next_text(constant);
+    row = {MESSAGES[position].id, MESSAGES[position].direction, constant, peers, next_text(peers)};
+    return true;
+}
 
 constexpr struct {
     int id;
@@ -51,8 +78,8 @@ constexpr struct {
 #undef ROW
 };
 
-constexpr const char *WRITERS[] = {"router", "daemon", "client", "shared"};
-constexpr const char *DIRECTIONS[] = {"received", "sent", "both"};
+constexpr char WRITERS[] = "router\0daemon\0client\0shared";
+constexpr char DIRECTIONS[] = "received\0sent\0both";
 
 // What one item's number has to do with that of index 0.
 constexpr bool is_of_wired_wan(int id) {
@@ -90,7 +117,8 @@ labelled label(const char *number, const name_text &name) {
 }
 
 bool find_item_name(const char *name, int &id) {
-    for (const item_row &row : ITEMS) {
+    item_row row;
+    for (size_t i = 0; item_at(i, row); i++) {
         if (is_called(name, row.constant, short_item_name(row.constant))) {
             id = row.id;
             return true;
@@ -101,37 +129,42 @@ bool find_item_name(const char *name, int &id) {
 
 } // namespace
 
-const item_row *item_at(size_t position) {
-    return position < sizeof ITEMS / sizeof *ITEMS ? &ITEMS[position] : nullptr;
+bool item_at(size_t position, item_row &row) {
+    if (position >= std::size(ITEMS))
+        return false;
+    const char *const constant = nth_text(ITEM_TEXTS, 2 * position);
+    row = {ITEMS[position].id, ITEMS[position].writer, constant, next_text(constant)};
+    return true;
 }
 
-const item_row *find_item(int id, int &wan_index) {
+bool find_item(int id, item_row &row, int &wan_index) {
     wan_index = 0;
     const int thousand = id / 1000 - 260;
     if (thousand >= 1 && thousand <= MAX_RECORD_INDEX) {
         wan_index = thousand;
         id = 201100 + id % 1000;
         if (!is_of_wired_wan(id))
-            return nullptr;
+            return false;
     }
-    for (const item_row &row : ITEMS)
+    for (size_t i = 0; item_at(i, row); i++)
         if (row.id == id)
-            return &row;
-    return nullptr;
+            return true;
+    return false;
 }
 
 name_text of_item(int id) {
+    item_row row;
     int wan_index = 0;
-    const item_row *row = find_item(id, wan_index);
     name_text name;
-    if (row != nullptr)
+    if (find_item(id, row, wan_index))
         snprintf(name.data(), sizeof name.chars, wan_index == 0 ? "%s" : "%s_%d",
-                 short_item_name(row->constant), wan_index);
+                 short_item_name(row.constant), wan_index);
     return name;
 }
 
 name_text of_message(int id) {
-    for (const message_row &row : MESSAGES)
+    message_row row;
+    for (size_t i = 0; message_at(i, row); i++)
         if (row.id == id)
             return to_text<40>(short_message_name(row.constant));
     return {};
@@ -177,7 +210,8 @@ bool parse_item(const char *text, int &id) {
 }
 
 bool parse_message(const char *text, int &id) {
-    for (const message_row &row : MESSAGES) {
+    message_row row;
+    for (size_t i = 0; message_at(i, row); i++) {
         if (is_called(text, row.constant, short_message_name(row.constant))) {
             id = row.id;
             return true;
@@ -214,13 +248,14 @@ using namespace names;
 static int print_items() {
     int status = cli::DONE;
     for (int wan_index = 0; wan_index <= MAX_RECORD_INDEX; wan_index++) {
-        for (const item_row &row : ITEMS) {
+        item_row row;
+        for (size_t i = 0; item_at(i, row); i++) {
             if (wan_index > 0 && !is_of_wired_wan(row.id))
                 continue;
             const int id = wan_index == 0 ? row.id : wired_item(row.id, wan_index);
             if (status == cli::DONE)
                 status = print_row("%d\t%s\t%s\t%s\n", id, of_item(id).c_str(),
-                                   WRITERS[static_cast<size_t>(row.writer)], row.meaning);
+                                   nth_text(WRITERS, static_cast<size_t>(row.writer)), row.meaning);
         }
     }
     return status;
@@ -228,12 +263,13 @@ static int print_items() {
 
 static int print_messages() {
     int status = cli::DONE;
-    for (const message_row &row : MESSAGES)
+    message_row row;
+    for (size_t i = 0; message_at(i, row); i++)
         if (status == cli::DONE)
-            status =
-                print_row("0x%04X\t%s\t%s\t%s\t%s\n", static_cast<unsigned>(row.id),
-                          of_message(row.id).c_str(),
-                          DIRECTIONS[static_cast<size_t>(row.direction)], row.peers, row.meaning);
+            status = print_row("0x%04X\t%s\t%s\t%s\t%s\n", static_cast<unsigned>(row.id),
+                               of_message(row.id).c_str(),
+                               nth_text(DIRECTIONS, static_cast<size_t>(row.direction)), row.peers,
+                               row.meaning);
     return status;
 }
 

@@ -32,17 +32,16 @@ bool parse_message(const char *text, int &id);
 bool parse_application(const char *text, int &id);
 
 struct item_row {
-    const char *constant;
     int id;
     item_writer writer;
-    const char *meaning;
+    const char *constant, *meaning;
 };
 
-// The rows of the table in its order, which are those of index 0; null after the last.
-const item_row *item_at(size_t position);
+// The row at a place of the table, which has those of index 0; false behind the last.
+bool item_at(size_t position, item_row &row);
 
-// The row that tells of an item, also of an additional wired WAN's, and the index of that WAN; null
-// for an item that the daemon does not know.
-const item_row *find_item(int id, int &wan_index);
+// The row that tells of an item, also of an additional wired WAN's, and the index of that WAN;
+// false for an item that the daemon does not know.
+bool find_item(int id, item_row &row, int &wan_index);
 
 } // namespace names

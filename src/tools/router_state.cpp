@@ -15,6 +15,7 @@
 #include "platform/host/files.h"
 #include "platform/host/places.h"
 #include "provision/clients/client_files.h"
+#include "tools/last_batch.h"
 #include "tools/what_if.h"
 #include "wan/flags.h"
 #include "wan/markers.h"
@@ -281,7 +282,7 @@ bool find_overlap(const uplink_state &wan, overlap &found) {
 
 // ---- the daemon
 
-static bool is_bound(int app_id) {
+bool is_bound(int app_id) {
     const host::descriptor probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -301,11 +302,8 @@ static void visit_log_file(const char *log, void (*visit)(std::string_view line,
     if (bytes == MAP_FAILED)
         return;
     std::string_view rest{static_cast<const char *>(bytes), size};
-    while (!rest.empty()) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-        visit(line, context);
-    }
+    while (!rest.empty())
+        visit(take_line(rest), context);
     munmap(bytes, size);
 }
 

@@ -3,15 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "arbitration/live_state.h"
-#include "batch/script_runner.h"
 #include "platform/flag_store.h"
-#include "platform/host/files.h"
 #include "tools/cli.h"
+#include "tools/last_batch.h"
 #include "tools/output.h"
 #include "tools/router_state.h"
 #include "tools/uplinkctl.h"
@@ -22,14 +19,6 @@
 using output::print;
 
 namespace {
-
-struct last_batch {
-    bool exists = false;
-    bool is_complete = false; // it was handed to the shell
-    text<64> owner;
-    int lines = 0;  // commands
-    time_t age = 0; // seconds
-};
 
 struct status {
     router::daemon_state daemon;
@@ -48,34 +37,6 @@ struct status {
 } // namespace
 
 // ---- finding out
-
-static last_batch read_last_batch() {
-    constexpr std::string_view BEGUN = "# rewrite by ", RUN = "# executed by ";
-    last_batch batch;
-    const host::descriptor file(host::open_regular(TMP_SCRIPT, O_RDONLY | O_NOFOLLOW));
-    struct stat status;
-    static char bytes[64 * 1024];
-    if (file < 0 || fstat(file, &status) != 0)
-        return batch;
-    const ssize_t length = read(file, bytes, sizeof bytes);
-    batch.exists = length > 0;
-    batch.age = time(nullptr) - status.st_mtime;
-    std::string_view rest{bytes, static_cast<size_t>(std::max<ssize_t>(length, 0))};
-    while (!rest.empty()) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-        if (line.starts_with(BEGUN)) {
-            const std::string_view owner = line.substr(BEGUN.size());
-            snprintf(batch.owner.data(), sizeof batch.owner.chars, "%.*s",
-                     static_cast<int>(owner.size()), owner.data());
-        } else if (line.starts_with(RUN)) {
-            batch.is_complete = true;
-        } else if (!line.empty()) {
-            batch.lines++;
-        }
-    }
-    return batch;
-}
 
 static void find_out(status &found) {
     found.daemon = router::read_daemon();
@@ -213,11 +174,12 @@ static void print_status(const status &found) {
     for (size_t i = 0; i < found.uplink_count; i++)
         print_uplink(found.uplinks[i], found.link_detection);
     print_heading("last batch");
-    if (!found.batch.exists)
+    if (found.batch.script.empty())
         print("none\n");
     else
-        print("%s,\n%-15s %d commands, %s%s\n", found.batch.owner.c_str(), "", found.batch.lines,
-              age_text(found.batch.age).c_str(), found.batch.is_complete ? "" : ", not run yet");
+        print("%s,\n%-15s %d commands, %s%s\n", found.batch.owner.c_str(), "", found.batch.commands,
+              age_text(time(nullptr) - found.batch.written).c_str(),
+              found.batch.is_run ? "" : ", not run yet");
 }
 
 // ---- as JSON
@@ -300,12 +262,12 @@ static void write_status(const status &found) {
     for (size_t i = 0; i < found.uplink_count; i++)
         router::write_uplink(found.uplinks[i], found.link_detection);
     output::close(']');
-    if (found.batch.exists) {
+    if (!found.batch.script.empty()) {
         output::open("last_batch", '{');
         output::text_member("owner", found.batch.owner.c_str());
-        output::number_member("commands", found.batch.lines);
-        output::number_member("age", static_cast<long>(found.batch.age));
-        output::bool_member("run", found.batch.is_complete);
+        output::number_member("commands", found.batch.commands);
+        output::number_member("age", static_cast<long>(time(nullptr) - found.batch.written));
+        output::bool_member("run", found.batch.is_run);
         output::close('}');
     } else {
         output::null_member("last_batch");

@@ -18,3 +18,4 @@ int compare_recordings(operands given);
 int show_log(operands given);
 int show_batch(operands given);
 int print_names(operands given);
+int print_metrics(operands given); // with the build option UPLINKCTL_METRICS

@@ -102,6 +102,16 @@ TEST(Tools, CheckSettingsAsTheDaemonReadsThem) {
     }
 }
 
+#ifdef UPLINKCTL_METRICS
+// say TEXT: a line of the daemon's log. figures NAMES: their lines of `uplinkctl metrics`.
+static const std::string LOGGED =
+    "cd /var/log/uplinkd || exit; PATH=$OLDPWD:$PATH; "
+    "say() { printf '2026-01-31 00:00:00.000 UPLINKD[7] %s\\n' \"$1\" >> uplinkd.log; };"
+    "start='0 [uplinkd] uplinkd_init--27: uplinkd_init start!';"
+    "figures() { uplinkctl metrics | grep -E \"^uplinkd_($1)\"; }; ";
+static const std::string MESSAGE = "uplinkd_messages_total\\{direction=\"received\",message=";
+#endif
+
 TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
     const struct {
         std::string command, output;
@@ -159,6 +169,38 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"devinfo WAN_PRIORITY_2", USAGE},
         {"sockmsg_send -d uis -m wan_status_change",
          "!.*25 \\(uis\\).*0x5301 \\(WAN_STATUS_CHANGE\\).*\n"},
+#ifdef UPLINKCTL_METRICS
+        {"uplinkctl metrics --cgi | sed -n '1,/^\r/p;$p'",
+         "Content-Type: application/openmetrics-text; version=1\\.0\\.0; charset=utf-8\r\n\r\n"
+         "# EOF\n"},
+        {"uplinkctl metrics --text", USAGE},
+        {LOGGED +
+             "say \"$start\"; say '0 [uplinkd] f: --1: uplinkd_init start!'; "
+             "say '3 [uplinkd] f--1: uplinkd_init start!'; say '1 [uplinkd] f--1: \"\\'; "
+             "say '0 [uplinkd] f--1: [uplinkd] [uplinkd_handler_msg] recv msg(0x103D) from uis';"
+             "say '0 [uplinkd] f--1: [uplinkd] [uplinkd_handler_msg] recv msg(0xFFFFF000) from "
+             "\"\\'; printf \"2026-01-31 00:00:00.000 UPLINKD[8] $start\" >> uplinkd.log; "
+             "figures 'starts|mess|rej|log'",
+         "uplinkd_starts_total 1\n" + MESSAGE +
+             "\"PEER_MSG_ID_WAN_STATUS_CHANGE\",peer=\"uis\",result=\"accepted\"\\} 1\n" + MESSAGE +
+             "\"other\",peer=\"unknown\",result=\"refused\"\\} 1\n"
+             "uplinkd_rejected_values_total 1\nuplinkd_log_gaps_total 0\n"},
+        // The line is completed, the log rotated; then it is emptied and filled again.
+        {LOGGED + "echo >> uplinkd.log; mv uplinkd.log uplinkd.log.1; say \"$start\"; "
+                  "figures starts; say \"$start\"; mv uplinkd.log uplinkd.log.1; figures starts",
+         "uplinkd_starts_total 3\nuplinkd_starts_total 4\n"},
+        {LOGGED +
+             "say \"$start\"; figures starts; printf '%09000d\\n' > uplinkd.log; say \"$start\";"
+             "figures 'starts|log_gaps'; figures 'starts|log_gaps'",
+         "uplinkd_starts_total 5\n(uplinkd_starts_total 6\nuplinkd_log_gaps_total 1\n){2}"},
+        // What lies in the place of the totals, 6, is none: what the logs hold counts, which is 3.
+        {LOGGED +
+             "s=/run/uplinkd/metrics; cp $s /tmp/t; for plant in 'printf x >> $s' 'mkfifo $s' "
+             "'printf 7 | dd of=$s bs=1 seek=50 conv=notrunc 2>/tmp/dd' 'ln -s /tmp/t $s'; do "
+             "rm $s; case $plant in p*) cp /tmp/t $s; esac; eval \"$plant\"; figures starts; done",
+         "(uplinkd_starts_total 3\n){4}"},
+        {"rm /run/uplinkd/metrics; mkdir /run/uplinkd/metrics; uplinkctl metrics", FAILURE},
+#endif
         {"ipv6 prefer -a ::1", USAGE},
         {"ipv6 perfer -a 0::0", "::\n"},
         {"ipv6 perfer -a 2001:DB8:0:0:1:0:0:1", "2001:db8::1:0:0:1\n"}, // the first of two runs

@@ -8,6 +8,7 @@
 
 #include "base/text.h"
 #include "tools/cli.h"
+#include "tools/last_batch.h"
 #include "tools/names.h"
 #include "tools/output.h"
 #include "tools/router_state.h"
@@ -236,36 +237,27 @@ void decision(int wan_mode, int strategy, int priority, const char *rule, const 
     close_line();
 }
 
-// Calls VISIT for every line.
-static void visit_lines(std::string_view script, void (*visit)(std::string_view line)) {
-    while (!script.empty()) {
-        const std::string_view line = script.substr(0, script.find('\n'));
-        visit(line);
-        script.remove_prefix(std::min(script.size(), line.size() + 1));
-    }
-}
-
-static void print_command(std::string_view line) {
-    if (line.empty() || line.starts_with("#"))
-        return;
-    print("%24s$ ", "");
-    output::put(filter(line));
-    output::put("\n");
-}
-
 void batch_run(std::string_view owner, std::string_view script) {
     if (is_for_people()) {
         print_heading("batch", YELLOW);
         output::put(owner);
         output::put("\n");
-        visit_lines(script, print_command);
+        while (!script.empty()) {
+            const std::string_view line = take_line(script);
+            if (!is_command(line))
+                continue;
+            print("%24s$ ", "");
+            output::put(filter(line));
+            output::put("\n");
+        }
         return;
     }
     open_line("batch");
     output::word_member("state", "run");
     output::word_member("owner", owner);
     output::open("lines", '[');
-    visit_lines(script, [](std::string_view line) { output::text_member(nullptr, line); });
+    while (!script.empty())
+        output::text_member(nullptr, take_line(script));
     output::close(']');
     close_line();
 }

@@ -3,14 +3,11 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "batch/script_runner.h"
-#include "platform/host/files.h"
 #include "provision/clients/client_files.h"
 #include "tools/cli.h"
+#include "tools/last_batch.h"
 #include "tools/output.h"
 #include "tools/router_state.h"
 #include "tools/uplinkctl.h"
@@ -75,35 +72,23 @@ static void print_outcome(std::string_view command) {
 }
 
 int show_batch(operands) {
-    static char script[64 * 1024];
-    const host::descriptor file(host::open_regular(TMP_SCRIPT, O_RDONLY | O_NOFOLLOW));
-    struct stat status;
-    const ssize_t length = file < 0 ? 0 : read(file, script, sizeof script);
-    if (length <= 0 || fstat(file, &status) != 0)
+    const last_batch batch = read_last_batch();
+    if (batch.script.empty())
         return cli::failure("there is no batch in %s", TMP_SCRIPT);
     char written[32];
     tm local;
-    localtime_r(&status.st_mtime, &local);
+    localtime_r(&batch.written, &local);
     strftime(written, sizeof written, "%Y-%m-%d %H:%M:%S", &local);
-
-    std::string_view rest{script, static_cast<size_t>(length)};
-    bool is_run = false;
-    while (!rest.empty()) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-        constexpr std::string_view BEGUN = "# rewrite by ", RUN = "# executed by ";
-        if (line.starts_with(BEGUN)) {
-            output::put(line.substr(BEGUN.size()));
-            print(" at %s\n", written);
-        } else if (line.starts_with(RUN)) {
-            is_run = true;
-        } else if (!line.empty()) {
-            output::put("  $ ");
-            output::put(line);
-            output::put("\n");
-            print_outcome(line);
-        }
+    print("%s at %s\n", batch.owner.c_str(), written);
+    for (std::string_view rest = batch.script; !rest.empty();) {
+        const std::string_view line = take_line(rest);
+        if (!is_command(line))
+            continue;
+        output::put("  $ ");
+        output::put(line);
+        output::put("\n");
+        print_outcome(line);
     }
-    print(is_run ? "It was run to its end or still runs.\n" : "It has not been run.\n");
+    print(batch.is_run ? "It was run to its end or still runs.\n" : "It has not been run.\n");
     return output::flush();
 }

@@ -4,13 +4,13 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include "base/text.h"
 #include "platform/host/files.h"
 #include "provision/clients/client_files.h"
+#include "tools/last_batch.h"
 #include "tools/router_state.h"
 #include "tools/watch/events.h"
 
@@ -166,17 +166,6 @@ int find_shell() {
     return 0;
 }
 
-text<64> owner_of(std::string_view script) {
-    constexpr std::string_view BEGUN = "# rewrite by ";
-    text<64> owner;
-    if (script.starts_with(BEGUN)) {
-        script.remove_prefix(BEGUN.size());
-        const std::string_view name = script.substr(0, script.find('\n'));
-        memcpy(owner.data(), name.data(), std::min(name.size(), sizeof owner.chars - 1));
-    }
-    return owner;
-}
-
 } // namespace
 
 void begin() {
@@ -199,23 +188,16 @@ void file_changed(const char *name) {
 }
 
 void batch_run() {
-    static char script[64 * 1024];
-    const host::descriptor file(host::open_regular(TMP_SCRIPT, O_RDONLY | O_NOFOLLOW));
-    const ssize_t length = file < 0 ? 0 : read(file, script, sizeof script);
-    if (length <= 0)
+    const last_batch batch = read_last_batch();
+    if (!batch.is_run) // somebody may change the mode of a script that is not complete
         return;
-    const std::string_view text{script, static_cast<size_t>(length)};
-    // Somebody may change the mode of a script that is not complete.
-    if (text.find("\n# executed by ") == text.npos)
-        return;
-    const auto owner = owner_of(text);
-    events::batch_run(owner.c_str(), text);
+    events::batch_run(batch.owner.c_str(), batch.script);
     const int shell = find_shell();
     process *const place = shell == 0 ? nullptr : follow(kind::batch, shell);
     if (place == nullptr)
-        events::batch_done(owner.c_str(), 0);
+        events::batch_done(batch.owner.c_str(), 0);
     else
-        place->owner = owner;
+        place->owner = batch.owner;
 }
 
 std::span<pollfd> to_wait_for() {

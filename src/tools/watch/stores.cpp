@@ -11,6 +11,7 @@
 #include "platform/host/files.h"
 #include "platform/host/places.h"
 #include "platform/host/settings_file.h"
+#include "tools/known_settings.h"
 #include "tools/names.h"
 #include "tools/watch/events.h"
 #include "wan/flags.h"
@@ -22,14 +23,15 @@ namespace {
 
 using value_text = text<256>; // longer ones are shown cut
 
-// Tells two files at the same name apart.
+// Tells two files at the same name apart. (Not by the time of the last status change, which is also
+// that of being replaced by another.)
 struct identity {
     ino_t inode = 0;
-    timespec changed{};
+    timespec written{};
 
     bool operator==(const identity &other) const {
-        return inode == other.inode && changed.tv_sec == other.changed.tv_sec &&
-               changed.tv_nsec == other.changed.tv_nsec;
+        return inode == other.inode && written.tv_sec == other.written.tv_sec &&
+               written.tv_nsec == other.written.tv_nsec;
     }
 };
 
@@ -46,7 +48,7 @@ struct setting {
     value_text value;
     bool is_there;
 };
-setting settings[512];
+setting known_settings[512];
 size_t setting_count = 0;
 
 struct flag {
@@ -68,7 +70,7 @@ identity read_value(const char *folder, const char *name, value_text &value) {
     if (read(file, value.data(), sizeof value.chars - 1) < 0)
         value = {};
     value.data()[strcspn(value.c_str(), "\n")] = '\0';
-    return {status.st_ino, status.st_ctim};
+    return {status.st_ino, status.st_mtim};
 }
 
 bool is_same(const value_text &a, const char *b) {
@@ -85,10 +87,12 @@ item *find_item(int id) {
 // Every item that the daemon knows has a place.
 void gather_items() {
     for (int idx = 0; idx <= MAX_RECORD_INDEX; idx++) {
-        for (size_t i = 0; const names::item_row *row = names::item_at(i); i++) {
-            const int id = idx == 0 ? row->id : wired_item(row->id, idx);
+        names::item_row row;
+        for (size_t i = 0; names::item_at(i, row); i++) {
+            const int id = idx == 0 ? row.id : wired_item(row.id, idx);
+            names::item_row found;
             int wan_index = 0;
-            if (idx > 0 && (row->id / 100 != 2011 || names::find_item(id, wan_index) == nullptr))
+            if (idx > 0 && (row.id / 100 != 2011 || !names::find_item(id, found, wan_index)))
                 continue;
             if (find_item(id) == nullptr && item_count < sizeof items / sizeof *items)
                 items[item_count++] = {id, {}, {}};
@@ -106,11 +110,7 @@ void read_item(item &known, bool say_so) {
 }
 
 bool is_of_daemon(std::string_view key) {
-    return key.starts_with("USR_WAN_") || key.starts_with("USR_WIRED_WAN_") ||
-           key.starts_with("USR_DHCP_") || key.starts_with("SYS_VLAN_DHCP_") ||
-           key == SYS_BRIDGE_VLAN_MASK || key == SYS_WIRED_WAN_SUB_PORT_NUM ||
-           key == SYS_REBOOT_WHEN_MODEM_UNORMAL || key == USR_APN_PDP_TYPE ||
-           key == USR_FLOW_SMS_NOTICE_DELAY || key == "SYS_LOG_LEVEL";
+    return settings::recognise(key).is_right;
 }
 
 bool is_account(const char *key) {
@@ -129,17 +129,17 @@ const char *shown(const char *key, const value_text &value, bool is_there) {
 
 setting *place_of_setting(std::string_view key) {
     for (size_t i = 0; i < setting_count; i++)
-        if (key == settings[i].key.c_str())
-            return &settings[i];
-    if (setting_count == sizeof settings / sizeof *settings || key.size() >= 48)
+        if (key == known_settings[i].key.c_str())
+            return &known_settings[i];
+    if (setting_count == sizeof known_settings / sizeof *known_settings || key.size() >= 48)
         return nullptr;
-    setting &added = settings[setting_count++];
+    setting &added = known_settings[setting_count++];
     added = {};
     memcpy(added.key.data(), key.data(), key.size());
     return &added;
 }
 
-bool seen[sizeof settings / sizeof *settings];
+bool seen[sizeof known_settings / sizeof *known_settings];
 
 void visit_setting(std::string_view key, std::string_view value) {
     if (!is_of_daemon(key))
@@ -147,7 +147,7 @@ void visit_setting(std::string_view key, std::string_view value) {
     setting *const known = place_of_setting(key);
     if (known == nullptr)
         return;
-    seen[known - settings] = true;
+    seen[known - known_settings] = true;
     value_text fresh;
     memcpy(fresh.data(), value.data(), std::min(value.size(), sizeof fresh.chars - 1));
     const char *const key_text = known->key.c_str();
@@ -163,8 +163,8 @@ void visit_setting(std::string_view key, std::string_view value) {
 
 int number_setting(const char *key) {
     for (size_t i = 0; i < setting_count; i++)
-        if (settings[i].is_there && is_same(to_text<256>(settings[i].key.c_str()), key))
-            return to_int(settings[i].value.c_str());
+        if (known_settings[i].is_there && is_same(to_text<256>(known_settings[i].key.c_str()), key))
+            return to_int(known_settings[i].value.c_str());
     return 0;
 }
 
@@ -180,12 +180,12 @@ void settings_changed() {
     if (host::list_settings(visit_setting) == host::settings_result::failed)
         return; // it comes by rename, and another event says so
     for (size_t i = 0; i < setting_count; i++) {
-        if (!settings[i].is_there || seen[i])
+        if (!known_settings[i].is_there || seen[i])
             continue;
-        const char *const key = settings[i].key.c_str();
-        events::setting(key, shown(key, settings[i].value, true), nullptr);
-        settings[i].is_there = false;
-        settings[i].value = {};
+        const char *const key = known_settings[i].key.c_str();
+        events::setting(key, shown(key, known_settings[i].value, true), nullptr);
+        known_settings[i].is_there = false;
+        known_settings[i].value = {};
     }
     decide();
 }
