@@ -18,7 +18,8 @@ namespace {
 
 // What belongs together, as the event's kind and two more of its values say.
 struct lane {
-    std::string_view kind, first, second;
+    recording::kind kind;
+    std::string_view first, second;
 
     bool operator==(const lane &) const = default;
 };
@@ -33,28 +34,32 @@ bool is_outcome(std::string_view digits) {
 
 // False for what the daemon did not do.
 bool find_lane(const event &seen, lane &found) {
-    const std::string_view kind = seen.word(recording::KIND);
-    found = {kind, {}, {}};
-    if (kind == "sent")
-        found.first = seen.word(recording::TO);
-    else if (kind == "item")
-        found.first = seen.values[recording::ID];
-    else if (kind == "client") {
+    found = {seen.is, {}, {}};
+    switch (seen.is) {
+    case recording::DECISION:
+    case recording::DAEMON: return true;
+    case recording::BATCH: return seen.word(recording::STATE) == "run";
+    case recording::FLAG: return seen.word(recording::NAME) == SUBNET_CONFLICT_FLAG;
+    case recording::SENT: found.first = seen.word(recording::TO); return true;
+    case recording::ITEM: found.first = seen.values[recording::ID]; return is_outcome(found.first);
+    case recording::CLIENT_LIFE:
         found.first = seen.word(recording::CLIENT);
         found.second = seen.values[recording::WAN];
-    } else
-        return kind == "decision" || kind == "daemon" ||
-               (kind == "batch" && seen.word(recording::STATE) == "run") ||
-               (kind == "flag" && seen.word(recording::NAME) == SUBNET_CONFLICT_FLAG);
-    return kind != "item" || is_outcome(found.first);
+        return true;
+    case recording::SETTING:
+    case recording::FILE_THERE:
+    case recording::RECEIVED:
+    case recording::MISSED:
+    case recording::LIVE:
+    case recording::OTHER: break;
+    }
+    return false;
 }
 
 bool is_input(const event &seen) {
     lane ignored;
-    for (const std::string_view kind : {"setting", "item", "flag", "file", "received"})
-        if (seen.is(kind))
-            return !find_lane(seen, ignored);
-    return false;
+    return (seen.is <= recording::FILE_THERE || seen.is == recording::RECEIVED) &&
+           !find_lane(seen, ignored);
 }
 
 // ---- one lane of one recording
@@ -93,7 +98,7 @@ bool next_of_lane(walker &walk, event &found) {
     lane seen;
     while (recording::next(walk.at, found)) {
         const bool is_in_lane = find_lane(found, seen);
-        if (is_in_lane && seen.kind == "batch" && starts(found, walk.wanted.first))
+        if (is_in_lane && seen.kind == recording::BATCH && starts(found, walk.wanted.first))
             walk.batches++;
         if (is_in_lane && seen == walk.wanted)
             return true;
@@ -124,8 +129,9 @@ bool is_news_of_client(walker &walk, const event &seen) {
 // from it.
 bool next_outcome(walker &walk, event &found) {
     while (next_of_lane(walk, found)) {
-        const bool is_news = walk.wanted.kind != "client" || is_news_of_client(walk, found);
-        if (is_news && (walk.at.is_live || walk.wanted.kind == "decision"))
+        const bool is_news =
+            walk.wanted.kind != recording::CLIENT_LIFE || is_news_of_client(walk, found);
+        if (is_news && (walk.at.is_live || walk.wanted.kind == recording::DECISION))
             return true;
     }
     return false;
@@ -133,7 +139,7 @@ bool next_outcome(walker &walk, event &found) {
 
 bool is_same(const lane &of, const event &a, const event &b) {
     using namespace recording;
-    if (of.kind == "client") // whether it has started or ended
+    if (of.kind == CLIENT_LIFE) // whether it has started or ended
         return (a.word(STATE) == "ended") == (b.word(STATE) == "ended");
     for (const member which :
          {ID, NEW, STATE, OWNER, LINES, TO, ACCEPTED, WAN_MODE, STRATEGY, PRIORITY, RULE, TEXT})
@@ -170,7 +176,7 @@ bool has_missed(const recording::contents &file, std::string_view name) {
     cursor at(file);
     event seen;
     while (recording::next(at, seen))
-        if (seen.is("missed") && seen.word(recording::NAME) == name)
+        if (seen.is == recording::MISSED && seen.word(recording::NAME) == name)
             return true;
     return false;
 }
@@ -183,11 +189,8 @@ struct side {
 
     void look() { is_there = next_outcome(walk, seen); }
     void look_at_last() {
-        event last;
-        for (look(); is_there; look())
-            last = seen;
-        seen = last;
-        is_there = !last.line.empty();
+        for (side ahead = *this; ahead.look(), ahead.is_there;)
+            *this = ahead;
     }
 };
 
@@ -217,25 +220,26 @@ void put_line(const char *heading, const event &seen) {
 
 // What the daemon was told last before the line NUMBER.
 void put_inputs(const side &of, size_t number) {
-    std::array<event, 3> last;
+    constexpr size_t SHOWN = 3;
     size_t count = 0;
-    cursor at(*of.file);
-    event seen;
-    while (recording::next(at, seen) && seen.number < number)
-        if (at.is_live && is_input(seen))
-            last[count++ % last.size()] = seen;
-    for (size_t i = count > last.size() ? count - last.size() : 0; i < count; i++)
-        put_line("  after", last[i % last.size()]);
+    for (const bool is_counted : {false, true}) {
+        size_t place = 0;
+        cursor at(*of.file);
+        event seen;
+        while (recording::next(at, seen) && seen.number < number)
+            if (at.is_live && is_input(seen) && ++place + SHOWN > count && is_counted)
+                put_line("  after", seen);
+        count = place;
+    }
 }
 
-void put_side(char letter, const side &of) {
-    const char heading[] = {letter, '\0'};
-    if (!of.is_there) {
+void put_side(const char *heading, const side &of) {
+    if (of.is_there) {
+        put_line(heading, of.seen);
+        put_inputs(of, of.seen.number);
+    } else {
         output::print("  %s nothing more\n", heading);
-        return;
     }
-    put_line(heading, of.seen);
-    put_inputs(of, of.seen.number);
 }
 
 void put_batch_lines(const event &a, const event &b) {
@@ -247,9 +251,9 @@ void put_batch_lines(const event &a, const event &b) {
         if (line_a == line_b && !line_a.empty())
             continue;
         output::put("    its first other line: A ");
-        put_visible(line_a.empty() ? "none" : line_a);
+        put_visible(line_a);
         output::put(", B ");
-        put_visible(line_b.empty() ? "none" : line_b);
+        put_visible(line_b);
         output::put("\n");
         return;
     }
@@ -257,16 +261,17 @@ void put_batch_lines(const event &a, const event &b) {
 
 void put_difference(const lane &of, const side &a, const side &b) {
     output::put("DIFFERENT ");
-    for (const std::string_view part : {of.kind, of.first, of.second}) {
+    const event &seen = (a.is_there ? a : b).seen;
+    for (const std::string_view part : {seen.word(recording::KIND), of.first, of.second}) {
         put_visible(part);
         output::put(part.empty() ? "" : " ");
     }
-    if (of.kind == "item")
-        put_visible((a.is_there ? a : b).seen.word(recording::NAME));
+    if (of.kind == recording::ITEM)
+        put_visible(seen.word(recording::NAME));
     output::put("\n");
-    put_side('A', a);
-    put_side('B', b);
-    if (of.kind == "batch" && a.is_there && b.is_there)
+    put_side("A", a);
+    put_side("B", b);
+    if (of.kind == recording::BATCH && a.is_there && b.is_there)
         put_batch_lines(a.seen, b.seen);
 }
 
@@ -282,7 +287,7 @@ bool compare_lane(const lane &of, side &a, side &b, size_t &count) {
     if (is_same(of, a, b))
         return true;
     const std::string_view name = (a.is_there ? a : b).seen.word(recording::NAME);
-    if (of.kind != "item" || (!has_missed(*a.file, name) && !has_missed(*b.file, name)))
+    if (of.kind != recording::ITEM || (!has_missed(*a.file, name) && !has_missed(*b.file, name)))
         return false;
     last_a.look_at_last();
     last_b.look_at_last();

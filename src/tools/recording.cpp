@@ -29,9 +29,10 @@ constexpr unsigned bits(std::initializer_list<member> members) {
 }
 
 constexpr struct {
-    char kind[10];
+    char name[10];
     unsigned needed;
 } KINDS[] = {
+    // in the order of the enumeration
     {"setting", bits({NAME, NEW})},
     {"item", bits({ID, NAME, NEW})},
     {"flag", bits({NAME, NEW})},
@@ -43,7 +44,16 @@ constexpr struct {
     {"sent", bits({ID, TO, ACCEPTED})},
     {"batch", bits({STATE, OWNER})},
     {"missed", bits({NAME})},
+    {"live", 0},
 };
+static_assert(std::size(KINDS) == OTHER);
+
+kind kind_of(std::string_view word) {
+    size_t which = 0;
+    while (which < OTHER && KINDS[which].name != word)
+        which++;
+    return static_cast<kind>(which);
+}
 
 // ---- JSON: takes a value off the beginning of REST, and returns it as it is written; empty for
 // what is none.
@@ -61,10 +71,6 @@ bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
 
-bool is_hex_digit(char c) {
-    return is_digit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
 // The length of the escape that TEXT begins with; 0 for none that there is.
 size_t escape_length(std::string_view text) {
     constexpr size_t UNICODE = 6;
@@ -72,8 +78,8 @@ size_t escape_length(std::string_view text) {
         return 0;
     if (text[1] != 'u')
         return std::string_view("\"\\/bfnrt").find(text[1]) == text.npos ? 0 : 2;
-    const bool is_whole = text.size() >= UNICODE &&
-                          std::all_of(text.begin() + 2, text.begin() + UNICODE, is_hex_digit);
+    const bool is_whole = text.size() >= UNICODE && text.substr(2, 4).find_first_not_of(
+                                                        "0123456789abcdefABCDEF") == text.npos;
     return is_whole ? UNICODE : 0;
 }
 
@@ -118,16 +124,13 @@ std::string_view take_nested(std::string_view &rest, int depth) {
     if (depth == DEEPEST)
         return {};
     rest.remove_prefix(1);
-    bool is_first = true;
     while (!take_mark(rest, end)) {
-        if (!is_first && !take_mark(rest, ','))
-            return {};
         if (is_object &&
             (!rest.starts_with('"') || take_string(rest).empty() || !take_mark(rest, ':')))
             return {};
-        if (take_value(rest, depth + 1).empty())
+        if (take_value(rest, depth + 1).empty() ||
+            (!take_mark(rest, ',') && !rest.starts_with(end)))
             return {};
-        is_first = false;
     }
     return before.substr(0, before.size() - rest.size());
 }
@@ -167,18 +170,17 @@ const char *parse(std::string_view line, event &found) {
             if (NAMES[i] == name)
                 found.values[i] = value;
     }
+    found.is = kind_of(found.word(KIND));
     return line == "}" ? nullptr : NO_OBJECT;
 }
 
 const char *fault_of(const event &found) {
-    if (found.values[T].empty() || !is_digit(found.values[T][0]))
-        return "no time";
-    if (found.word(KIND).empty())
-        return "no kind";
-    for (const auto &[kind, needed] : KINDS)
-        for (unsigned which = 0; which < MEMBERS; which++)
-            if (found.is(kind) && (needed >> which & 1) != 0 && found.values[which].empty())
-                return "a member of its kind is missing";
+    if (found.values[T].empty() || !is_digit(found.values[T][0]) || found.word(KIND).empty())
+        return "no time or no kind";
+    const unsigned needed = found.is == OTHER ? 0 : KINDS[found.is].needed;
+    for (unsigned which = 0; which < MEMBERS; which++)
+        if ((needed >> which & 1) != 0 && found.values[which].empty())
+            return "a member of its kind is missing";
     return nullptr;
 }
 
@@ -195,16 +197,17 @@ bool take_line(std::string_view &text, std::string_view &line) {
 // A copy, which stays as it is when somebody cuts the file.
 int map(const char *path, std::string_view &text) {
     const host::descriptor file(host::open_regular(path, O_RDONLY));
-    struct stat status;
-    if (file < 0 || fstat(file, &status) != 0)
-        return cli::failure("cannot read '%s': %s", path, strerror(errno));
-    const auto size = static_cast<size_t>(status.st_size);
-    if (size == 0)
-        return cli::DONE;
-    void *const room =
-        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    struct stat status = {};
+    void *room = MAP_FAILED;
+    if (file >= 0 && fstat(file, &status) == 0) {
+        if (status.st_size == 0)
+            return cli::DONE;
+        room = mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ | PROT_WRITE,
+                    MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    }
     if (room == MAP_FAILED)
         return cli::failure("cannot read '%s': %s", path, strerror(errno));
+    const auto size = static_cast<size_t>(status.st_size);
     auto *const bytes = static_cast<char *>(room);
     size_t filled = 0;
     for (ssize_t got; filled < size && (got = read(file, bytes + filled, size - filled)) > 0;)
@@ -226,7 +229,7 @@ bool next(cursor &at, event &found) {
         return false;
     found.number = ++at.number;
     parse(line, found);
-    at.is_live = at.is_live || found.is("live");
+    at.is_live = at.is_live || found.is == LIVE;
     return true;
 }
 

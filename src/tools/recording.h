@@ -33,13 +33,29 @@ enum member {
     MEMBERS
 };
 
+enum kind : unsigned char {
+    SETTING,
+    ITEM,
+    FLAG,
+    FILE_THERE,
+    DAEMON,
+    CLIENT_LIFE,
+    DECISION,
+    RECEIVED,
+    SENT,
+    BATCH,
+    MISSED,
+    LIVE,
+    OTHER
+};
+
 struct event {
+    kind is = OTHER;
     size_t number = 0; // of the line, from 1
     std::string_view line;
     std::array<std::string_view, MEMBERS> values; // as they are written; empty: not there
 
     std::string_view word(member which) const; // a string without its quotes
-    bool is(std::string_view kind) const { return word(KIND) == kind; }
 };
 
 struct contents {
