@@ -1,5 +1,5 @@
 # What the programs for the router are as binaries: what they need at run time, how they are hardened,
-# and how large the daemon may be. Variables: daemon, programs (all, "|" between them), nm, readelf,
+# and how large daemon and uplinkctl may be. Variables: daemon, uplinkctl, programs (all, "|" between them), nm, readelf,
 # strip; whether this is a release, static, fortified (not every C library can), and has branch
 # protection (branches), and whether the linker optimises it (optimised).
 
@@ -58,11 +58,15 @@ foreach(program IN LISTS programs)
   endforeach()
 endforeach()
 
-if(release AND optimised AND NOT static)
-  execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${strip} -o ${daemon}.stripped ${daemon})
-  file(SIZE ${daemon}.stripped size)
-  file(REMOVE ${daemon}.stripped)
-  if(size GREATER 78000)
-    message(SEND_ERROR "${daemon}: ${size} bytes stripped, more than 78000")
+function(check_size program limit)
+  execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${strip} -o ${program}.stripped ${program})
+  file(SIZE ${program}.stripped size)
+  file(REMOVE ${program}.stripped)
+  if(size GREATER limit)
+    message(SEND_ERROR "${program}: ${size} bytes stripped, more than ${limit}")
   endif()
+endfunction()
+if(release AND optimised AND NOT static)
+  check_size(${daemon} 78000)
+  check_size(${uplinkctl} 120000)
 endif()

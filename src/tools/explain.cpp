@@ -291,7 +291,7 @@ static void print_what_if(explanation &found) {
         find_out(true, found);
     }
     print_decision("priority", found.decision);
-    if (change.to_up && change.learns) {
+    if (change.wan != nullptr && change.to_up && change.learns) {
         explanation later = found;
         assume_lease(*change.wan);
         find_out(true, later);
