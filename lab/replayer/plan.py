@@ -191,7 +191,8 @@ class Planner:
         """Perhaps its PPP link goes down: what it reports will tell."""
         client = self.lives.alive[key]
         if key[0] == "pppd" and not client.fall:
-            client.fall = self.add(event, "answer", key=key, life=client.number, event="", values={})
+            client.fall = self.add(event, "answer", key=key, life=client.number, event="",
+                                   values={})
 
     def is_static(self, value):
         """Whether the daemon itself may have stored it: a configured address."""
@@ -248,7 +249,8 @@ class Planner:
             if values:
                 for value in filter(None, values.values()):
                     recording.address(event.number, value)
-                self.add(event, "answer", key=key, life=client.number, event="bound", values=values)
+                self.add(event, "answer", key=key, life=client.number, event="bound",
+                         values=values)
                 client.up = True
                 return True
         return False

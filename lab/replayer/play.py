@@ -1,4 +1,4 @@
-"""play.py [check] RECORDING [SPEED]: checks a recording, or plays it in the router that this runs in."""
+"""play.py [check] RECORDING [SPEED]: checks a recording, or plays it in the router it runs in."""
 import json
 import os
 import pathlib
@@ -94,7 +94,8 @@ class Player:
     def start_daemon(self):
         env = dict(router.ENV)
         if self.speed > 1 and os.path.exists("/usr/sbin/fast_sleep.so"):
-            env |= {"LD_PRELOAD": "/usr/sbin/fast_sleep.so", "TIMES_FASTER": str(int(self.speed))}
+            env |= {"LD_PRELOAD": "/usr/sbin/fast_sleep.so", "TIMES_FASTER": str(int(self.speed)),
+                    "ASAN_OPTIONS": "verify_asan_link_order=0"}
         with open("/var/log/uplinkd.out", "ab") as out:
             self.daemon = subprocess.Popen(["uplinkd"], env=env, stdin=subprocess.DEVNULL,
                                            stdout=out, stderr=out)

@@ -1,4 +1,4 @@
-"""The router as a replay handles it, from inside: its stores, its bus, its interfaces, its clients."""
+"""The router as a replay handles it, from inside: stores, bus, interfaces, clients."""
 import os
 import pathlib
 import re

@@ -125,13 +125,12 @@ bool is_news_of_client(walker &walk, const event &seen) {
     return is_new;
 }
 
-// The next event that counts. The state at the start does not, but for the decision that follows
-// from it.
+// The next event that counts, which the state at the start does not.
 bool next_outcome(walker &walk, event &found) {
     while (next_of_lane(walk, found)) {
         const bool is_news =
             walk.wanted.kind != recording::CLIENT_LIFE || is_news_of_client(walk, found);
-        if (is_news && (walk.at.is_live || walk.wanted.kind == recording::DECISION))
+        if (is_news && walk.at.is_live)
             return true;
     }
     return false;
