@@ -17,6 +17,7 @@ WIRELESS = {204: "subnet", 203: "ip", 205: "router", 207: "dns1", 208: "dns2",
             209: "ipv6", 210: "dns1_6", 211: "dns2_6"}
 WIRED_IFACE, WIRED_MAC = 111, 105
 REAL_IFACES = {201002: "ccmni1", 201111: "eth1", 201212: "apcli0", 201213: "apclii0"}
+MOST_INTERFACES = 64
 IPV6 = ("ipv6", "dns1_6", "dns2_6", "gateway6")
 
 
@@ -113,8 +114,8 @@ class Planner:
         elif event.kind == "daemon":
             self.was_running = self.is_running = event.state == "running"
         elif event.kind == "client":
-            self.lives.note(event)
-            self.lives.alive[(event.client, event.wan)].up = True
+            if self.lives.note(event):
+                self.lives.alive[(event.client, event.wan)].up = True
         if event.kind in ("setting", "item", "flag", "file"):
             self.start.append(event)
 
@@ -157,6 +158,8 @@ class Planner:
         is_iface = event.id in REAL_IFACES or (place and not place[1] and place[2] == WIRED_IFACE)
         if is_iface and event.new:
             self.interfaces.add(recording.interface(event.number, event.new))
+            if len(self.interfaces) > MOST_INTERFACES:
+                raise recording.Malformed(event.number, "more interfaces than a router has")
         elif place and place[2] in (WIRED_MAC, 206) and recording.MAC.fullmatch(event.new):
             wireless = (self.items.get(201212) or "apcli0") if place[1] else None
             wired = self.items.get(201111) or "eth1"
