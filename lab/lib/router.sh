@@ -62,12 +62,27 @@ stamp_lines() {
 # start_daemon [ENV_ASSIGNMENT...]: with the markers that the daemon waits for in place.
 start_daemon() {
     local log=$ROOT/var/log/uplinkd/uplinkd.log
+    [ -z "$record" ] || [ -e "$ROOT/run/recorder.pid" ] || start_recorder
     : >"$ROOT/tmp/.flag_settingsd_init_finished"
     rt uplinkctl flag set downlinkd_init_completed 1
     [ ! -e "$log" ] || LOG_MARK=$(wc -l <"$log")
     rt env "$@" uplinkd </dev/null >>"$ROOT/var/log/uplinkd.out" 2>&1 &
     DAEMON_RUNS=1
     expect_log 'uplinkd_init finish!'
+}
+
+# start_recorder, stop_recorder: what `lab/lab --record` writes, from before the daemon's first start.
+start_recorder() {
+    rt sh -c 'echo $$ >/run/recorder.pid; exec uplinkctl record /run/recording.jsonl' </dev/null &
+    recorder=$!
+    wait_for grep -qs '"kind":"live"' "$ROOT/run/recording.jsonl" || fail "the recorder is ready"
+}
+stop_recorder() {
+    [ -e "$ROOT/run/recorder.pid" ] || return 0
+    settle
+    rt kill -INT "$(<"$ROOT/run/recorder.pid")"
+    wait "$recorder" || fail "the recorder has written all"
+    cp "$ROOT/run/recording.jsonl" /run/lab/
 }
 
 kill_daemon() {

@@ -4,7 +4,9 @@ mkdir -p /run/lab/etc/{uplinkd,ppp,ebscript}
 
 # The tools go over /usr/sbin, since clients clear PATH for the scripts that they run. Read-only, as
 # is /etc but for the folders that the daemon and its clients write to.
-mount -t overlay -o lowerdir=/run/lab/tools:/run/lab/router:/usr/sbin overlay /usr/sbin
+stand_ins=
+[ ! -e /run/lab/stand_ins ] || stand_ins=/run/lab/stand_ins:
+mount -t overlay -o lowerdir="$stand_ins"/run/lab/tools:/run/lab/router:/usr/sbin overlay /usr/sbin
 mount -t overlay -o lowerdir=/run/lab/etc:/etc overlay /etc
 for folder in /tmp /run /var/log /var/lib /etc/uplinkd /etc/ppp /etc/ebscript; do
     mount -t tmpfs tmpfs "$folder"

@@ -2,7 +2,8 @@
 # the checkout lies, and starts it here, in a guest, or on an arm64 machine.
 #
 # stage.sh PLACE LIMIT TOOLS NAME=VALUE...: LIMIT is in seconds or empty; the rest is for the world.
-# Descriptors: 3 the lab, 4 the programs, 6 what a machine boots, 7 the scenario.
+# Descriptors: 3 the lab, 4 the programs, 6 what a machine boots, 7 the scenario, 10 a recording to be
+# replayed, 11 where to write one.
 place=$1 tools=$3 limit=()
 [ -z "$2" ] || limit=(timeout -k 5 "$2")
 shift 3
@@ -15,6 +16,10 @@ for tool in $tools; do cp "/proc/self/fd/4/$tool" /run/lab/tools/; done
 [ ! -e /proc/self/fd/4/fast_sleep.so ] || cp /proc/self/fd/4/fast_sleep.so /run/lab/tools/
 cp /proc/self/fd/7 "/run/lab/scenarios/$scenario"
 printf '%q\n' "$@" >/run/lab/play
+if [ "$replay" ]; then
+    cp -R /proc/self/fd/3/{replayer,stand_ins} /run/lab/
+    cat <&10 >/run/lab/replay.jsonl
+fi
 
 # A machine has a keyboard if the caller has one, and a shell is wanted.
 keyboard=null
@@ -26,7 +31,13 @@ elif [ "$keep" ] && [ "$place" != namespaces ]; then
 fi
 
 case $place in
-namespaces) exec bash /run/lab/lib/world.sh ;;
+namespaces)
+    [ "$record" ] || exec bash /run/lab/lib/world.sh
+    result=0
+    bash /run/lab/lib/world.sh 11>&- || result=$?
+    [ ! -e /run/lab/recording.jsonl ] || cat /run/lab/recording.jsonl >&11
+    exit $result
+    ;;
 guest)
     mkdir /run/lab/unpacked
     mount --bind /proc/self/fd/6/ /run/lab/unpacked

@@ -54,4 +54,5 @@ trap end_failed USR1
 SECONDS=0
 . "/run/lab/scenarios/$scenario"
 expect_healthy_daemon
+stop_recorder
 [ -z "$timeline" ] || finish_timeline

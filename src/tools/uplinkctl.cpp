@@ -60,6 +60,8 @@ static constexpr unsigned char ANY = UCHAR_MAX;
     HEADING("For later, and for elsewhere")                                                        \
     COMMAND(1, 1, ANY, record_router, "record FILE [--private] [-t SECONDS]",                      \
             "keep what happens, to be replayed")                                                   \
+    COMMAND(1, 2, 2, compare_recordings, "compare A B",                                            \
+            "show where it decided otherwise in another")                                          \
     METRICS(COMMAND)
 // clang-format on
 

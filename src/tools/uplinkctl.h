@@ -14,6 +14,7 @@ int explain_priority(operands given);
 int show_status(operands given);
 int watch_router(operands given);
 int record_router(operands given);
+int compare_recordings(operands given);
 int show_log(operands given);
 int show_batch(operands given);
 int print_names(operands given);

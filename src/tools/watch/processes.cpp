@@ -97,7 +97,9 @@ constexpr long long BACKGROUND_MICROSECONDS = 1000000;
 
 void read_client(client_file &client, bool is_live) {
     const int pid = router::read_pid_file(client.path.c_str());
-    if (pid == 0 || pid == client.pid || !router::is_process(pid, client.program))
+    // The shell of a batch leaves pppd's number before that has become pppd.
+    const bool is_becoming = is_live && client.program == PPPD;
+    if (pid == 0 || pid == client.pid || (!is_becoming && !router::is_process(pid, client.program)))
         return;
     process *const place = follow(kind::client, pid);
     if (place == nullptr)
