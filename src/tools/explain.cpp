@@ -134,7 +134,7 @@ static const char *yes(bool is_so) {
 }
 
 static void print_input(const char *what, const char *value, int id) {
-    const text<24> stored = item_text<24>(id);
+    const text<24> stored = router::plain_item<24>(id);
     print("  %-18s %-4s item %s = '%s'\n", what, value, names::item_label(id).c_str(),
           stored.c_str());
 }
@@ -260,7 +260,7 @@ static void print_mode(const arbitration_inputs &in) {
 // The priority that the daemon has stored, beside what follows from the inputs now. It stores one
 // only when that differs from the one that it decided on before.
 static void print_recorded(int decided) {
-    const text<8> stored = item_text<8>(DI_IFA_WAN_PRIORITY);
+    const text<8> stored = router::plain_item<8>(DI_IFA_WAN_PRIORITY);
     if (stored.empty())
         print("recorded   none yet\n");
     else if (strcmp(stored.c_str(), decided == NETWORK_PRIORITY_WAN ? "1" : "0") == 0)
@@ -314,7 +314,7 @@ static void write_input(const char *name, bool value, int id) {
     output::bool_member("value", value);
     output::number_member("item", id);
     output::text_member("item_name", names::of_item(id).c_str());
-    output::text_member("item_value", item_text<24>(id).c_str());
+    output::text_member("item_value", router::plain_item<24>(id).c_str());
     output::close('}');
 }
 
@@ -382,7 +382,7 @@ static void write_explanation(explanation &found, bool is_what_if) {
     output::text_member("rule", arbitration_rule_name(found.decision.rule));
     output::text_member("text", arbitration_rule_text(found.decision.rule));
     output::close('}');
-    output::text_member("recorded_priority", item_text<8>(DI_IFA_WAN_PRIORITY).c_str());
+    output::text_member("recorded_priority", router::plain_item<8>(DI_IFA_WAN_PRIORITY).c_str());
     output::open("uplinks", '[');
     for (size_t i = 0; i < found.uplink_count; i++)
         router::write_uplink(found.uplinks[i], found.link_detection);

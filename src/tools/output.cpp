@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -93,6 +94,11 @@ void put(std::string_view text) {
         filled += part;
         text.remove_prefix(part);
     }
+}
+
+void put_plain(std::string_view text) {
+    for (const char c : text)
+        put_char(iscntrl(static_cast<unsigned char>(c)) ? '?' : c);
 }
 
 void print(const char *format, ...) {

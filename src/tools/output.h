@@ -9,6 +9,9 @@ namespace output {
 [[gnu::format(printf, 1, 2)]] void print(const char *format, ...);
 void put(std::string_view text);
 
+// The same for text of unknown origin: what a terminal would obey is shown as '?'.
+void put_plain(std::string_view text);
+
 // Writes to FD instead of standard output from now on.
 void redirect(int fd);
 

@@ -172,28 +172,28 @@ static uplink_state read_mobile(missing_piece missing) {
     mobile.ifname = item_ifname_or<IFNAMSIZ>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_IFNAME.mobile);
     mobile.is_up = is_one(item_text<2>(DI_IFA_MOBILE_NETSTATUS));
     mobile.has_verdict = true;
-    mobile.stored_verdict = item_text<2>(DI_IFA_MOBILE_CONNSTATUS);
+    mobile.stored_verdict = plain_item<2>(DI_IFA_MOBILE_CONNSTATUS);
     mobile.missing = missing;
-    mobile.ipv4 = item_text<IPV4_TEXT_SIZE>(DI_IFA_MOBILE_IP);
-    mobile.dns[0] = item_text<64>(DI_IFA_MOBILE_DNS);
-    mobile.dns[1] = item_text<64>(DI_IFA_MOBILE_DNS2);
-    mobile.ipv6 = item_text<64>(DI_IFA_MOBILE_IPV6_IP);
+    mobile.ipv4 = plain_item<IPV4_TEXT_SIZE>(DI_IFA_MOBILE_IP);
+    mobile.dns[0] = plain_item<64>(DI_IFA_MOBILE_DNS);
+    mobile.dns[1] = plain_item<64>(DI_IFA_MOBILE_DNS2);
+    mobile.ipv6 = plain_item<64>(DI_IFA_MOBILE_IPV6_IP);
     return mobile;
 }
 
 static void read_record(const wan_di_set &items, const char *default_ifname, uplink_state &wan) {
     wan.ifname = item_ifname_or<IFNAMSIZ>(id(items.ifname_id), default_ifname);
     wan.is_up = is_one(item_text<2>(id(items.netstatus_id)));
-    wan.ipv4 = item_text<IPV4_TEXT_SIZE>(id(items.ipv4_addr_id));
-    wan.netmask = item_text<IPV4_TEXT_SIZE>(id(items.ipv4_netmask_id));
-    wan.gateway = item_text<IPV4_TEXT_SIZE>(id(items.ipv4_gateway_id));
-    wan.dns[0] = item_text<64>(id(items.ipv4_dns1_id));
-    wan.dns[1] = item_text<64>(id(items.ipv4_dns2_id));
-    wan.ipv6 = item_text<64>(id(items.ipv6_addr_id));
-    wan.ipv6_dns[0] = item_text<64>(id(items.ipv6_dns1_id));
-    wan.ipv6_dns[1] = item_text<64>(id(items.ipv6_dns2_id));
+    wan.ipv4 = plain_item<IPV4_TEXT_SIZE>(id(items.ipv4_addr_id));
+    wan.netmask = plain_item<IPV4_TEXT_SIZE>(id(items.ipv4_netmask_id));
+    wan.gateway = plain_item<IPV4_TEXT_SIZE>(id(items.ipv4_gateway_id));
+    wan.dns[0] = plain_item<64>(id(items.ipv4_dns1_id));
+    wan.dns[1] = plain_item<64>(id(items.ipv4_dns2_id));
+    wan.ipv6 = plain_item<64>(id(items.ipv6_addr_id));
+    wan.ipv6_dns[0] = plain_item<64>(id(items.ipv6_dns1_id));
+    wan.ipv6_dns[1] = plain_item<64>(id(items.ipv6_dns2_id));
     if (items.ipv6_gateway_id != 0)
-        wan.ipv6_gateway = item_text<64>(id(items.ipv6_gateway_id));
+        wan.ipv6_gateway = plain_item<64>(id(items.ipv6_gateway_id));
 }
 
 static link_state wired_link() {

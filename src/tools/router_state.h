@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cctype>
 #include <span>
 #include <string_view>
 
@@ -13,6 +14,15 @@
 #include "wan/uplinks.h"
 
 namespace router {
+
+// An item's text, fit for a terminal.
+template <int N> text<N> plain_item(int id) {
+    text<N> value = item_text<N>(id);
+    for (char &c : value.chars)
+        if (c != '\0' && iscntrl(static_cast<unsigned char>(c)))
+            c = '?';
+    return value;
+}
 
 // In words; "invalid" for other numbers.
 const char *mode_text(int wan_mode);

@@ -42,7 +42,7 @@ static void find_out(status &found) {
     found.daemon = router::read_daemon();
     found.in = inputs_of(read_live_state());
     found.decision = arbitrate(found.in);
-    found.recorded = item_text<8>(DI_IFA_WAN_PRIORITY);
+    found.recorded = router::plain_item<8>(DI_IFA_WAN_PRIORITY);
     found.link_detection = get_CFG_int(USR_WAN_LINK_DETECT_SW);
     found.uplink_count = router::list_uplinks(found.in.wan_mode, found.uplinks);
     text<2> flag;
@@ -91,15 +91,22 @@ static void print_daemon(const router::daemon_state &daemon) {
         print("%-15s waits for the LAN manager's flag %s\n", "", DOWNLINKD_FLAG);
 }
 
+// IPv6 addresses are so long that each has a line.
 static void print_addresses(const char *heading, const char *address, const char *netmask,
                             const char *gateway, const text<64> (&dns)[2]) {
+    const bool is_long = netmask == nullptr;
+    const char *const next = is_long ? "\n                " : ", ";
     if (address[0] == '\0' && gateway[0] == '\0' && dns[0].empty() && dns[1].empty())
         return;
-    print("  %-13s %s%s%s%s%s\n", heading, address[0] == '\0' ? "no address" : address,
-          netmask[0] == '\0' ? "" : "/", netmask, gateway[0] == '\0' ? "" : ", gateway ", gateway);
-    if (!dns[0].empty() || !dns[1].empty())
-        print("  %-13s DNS %s%s%s\n", "", dns[0].c_str(),
-              dns[0].empty() || dns[1].empty() ? "" : ", ", dns[1].c_str());
+    print("  %-13s %.39s", heading, address[0] == '\0' ? "no address" : address);
+    if (!is_long && netmask[0] != '\0')
+        print("/%s", netmask);
+    if (gateway[0] != '\0')
+        print("%sgateway %.39s", next, gateway);
+    print("\n");
+    for (const text<64> &server : dns)
+        if (!server.empty())
+            print("%-15s DNS %.39s\n", "", server.c_str());
 }
 
 static void print_uplink(const router::uplink_state &uplink, int link_detection) {
@@ -120,7 +127,7 @@ static void print_uplink(const router::uplink_state &uplink, int link_detection)
     const text<64> mobile_dns[2] = {};
     print_addresses("IPv4", uplink.ipv4.c_str(), uplink.netmask.c_str(), uplink.gateway.c_str(),
                     uplink.dns);
-    print_addresses("IPv6", uplink.ipv6.c_str(), "", uplink.ipv6_gateway.c_str(),
+    print_addresses("IPv6", uplink.ipv6.c_str(), nullptr, uplink.ipv6_gateway.c_str(),
                     uplink.kind == router::uplink_kind::mobile ? mobile_dns : uplink.ipv6_dns);
     for (const router::client_state &client : uplink.clients.all())
         print("  %-13s %s, pid %d%s\n", "client", client.program, client.pid,

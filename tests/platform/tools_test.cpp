@@ -164,6 +164,13 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"uplinkctl explain --set MOBILE_IP=192.0.2.9 --set 201007=192.0.2.1 | grep -A1 priority",
          "priority +0, .*: mobile first, and the mobile network is connected\n\n"},
         {"uplinkctl explain --set MOBILE_PI=1", USAGE},
+        {"uplinkctl explain --set USR_WAN_MODE=3 --set USR_WAN_IPMODE=dhcp --set "
+         "WLAN24_WAN_NETSTATUS=1 --set "
+         "WLAN_WAN_IP=10.0.0.2 | tail -n 1",
+         "Wi-Fi 2.4 GHz +apcli0, up, not connected: no netmask\n"},
+        {"for i in 1 2 4 8 9 10 28; do devinfo $((201100 + i)) $(printf 'a\\033[7m%.0s' $(seq 9)); "
+         "done; uplinkctl status | LC_ALL=C.UTF-8 grep -E '.{81}|[[:cntrl:]]'; true",
+         ""},
         {"devinfo wired_wan_ip_2 192.0.2.7 && devinfo DI_IFA_WIRED_WAN_IP_2; devinfo 262002",
          "(192\\.0\\.2\\.7\n){2}"},
         {"devinfo WAN_PRIORITY_2", USAGE},

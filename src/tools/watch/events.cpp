@@ -91,9 +91,9 @@ void print_change(const char *kind, int colour, const char *name, const char *ol
         return;
     print_heading(kind, colour);
     print("%s: ", name);
-    output::put(filter(shown(old_value)));
+    output::put_plain(filter(shown(old_value)));
     output::put(" -> ");
-    output::put(filter(shown(new_value)));
+    output::put_plain(filter(shown(new_value)));
     output::put("\n");
 }
 
@@ -240,14 +240,14 @@ void decision(int wan_mode, int strategy, int priority, const char *rule, const 
 void batch_run(std::string_view owner, std::string_view script) {
     if (is_for_people()) {
         print_heading("batch", YELLOW);
-        output::put(owner);
+        output::put_plain(owner);
         output::put("\n");
         while (!script.empty()) {
             const std::string_view line = take_line(script);
             if (!is_command(line))
                 continue;
             print("%24s$ ", "");
-            output::put(filter(line));
+            output::put_plain(filter(line));
             output::put("\n");
         }
         return;
@@ -265,7 +265,7 @@ void batch_run(std::string_view owner, std::string_view script) {
 void batch_done(std::string_view owner, long long microseconds) {
     if (is_for_people()) {
         print_heading("batch", YELLOW);
-        output::put(owner);
+        output::put_plain(owner);
         print(" done in %lld.%03lld s\n", microseconds / 1000000, microseconds / 1000 % 1000);
         return;
     }
@@ -412,7 +412,8 @@ void log_line(std::string_view line) {
         return message_line(log, seen);
     if (is_for_people()) {
         print_heading("log", 0);
-        output::put(filter(log.words.starts_with("[uplinkd] ") ? log.words.substr(10) : log.words));
+        output::put_plain(
+            filter(log.words.starts_with("[uplinkd] ") ? log.words.substr(10) : log.words));
         output::put("\n");
         return;
     }

@@ -85,7 +85,7 @@ int show_batch(operands) {
         if (!is_command(line))
             continue;
         output::put("  $ ");
-        output::put(line);
+        output::put_plain(line);
         output::put("\n");
         print_outcome(line);
     }
