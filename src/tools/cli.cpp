@@ -1,8 +1,7 @@
 #include "tools/cli.h"
 
-#include <cctype>
 #include <cerrno>
-#include <charconv>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -24,9 +23,15 @@ const char *tool_name() {
 }
 
 bool parse(std::string_view digits, int base, int &number) {
-    const char *const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, number, base);
-    return error == std::errc{} && stop == end;
+    return take_number(digits, base, number) && digits.empty();
+}
+
+// 36 for what is no digit of any base.
+int value_of_digit(char c) {
+    const char small = to_small(c);
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    return small >= 'a' && small <= 'z' ? small - 'a' + 10 : 36;
 }
 
 } // namespace
@@ -60,7 +65,7 @@ int print(std::string_view text) {
 
 void make_printable(char *text) {
     for (; *text != '\0'; text++)
-        if (iscntrl(static_cast<unsigned char>(*text)))
+        if (is_control(*text))
             *text = '?';
 }
 
@@ -86,6 +91,22 @@ int wrong_usage(const char *format, ...) {
     va_end(arguments);
     dprintf(STDERR_FILENO, "Try '%s --help'.\n", tool_name());
     return WRONG_USAGE;
+}
+
+bool take_number(std::string_view &text, int base, int &number) {
+    const bool is_negative = text.starts_with('-');
+    size_t at = is_negative ? 1 : 0;
+    long long value = 0;
+    for (; at < text.size() && value_of_digit(text[at]) < base; at++) {
+        value = value * base + value_of_digit(text[at]);
+        if (value > INT_MAX)
+            return false;
+    }
+    if (at == (is_negative ? 1 : 0))
+        return false;
+    number = static_cast<int>(is_negative ? -value : value);
+    text.remove_prefix(at);
+    return true;
 }
 
 bool parse_decimal(const char *text, int &number) {

@@ -33,6 +33,22 @@ void make_printable(char *text);
 // The same, and a hint at --help.
 [[gnu::format(printf, 1, 2)]] int wrong_usage(const char *format, ...);
 
+// Of ASCII, whatever the locale. What is no printable character of it may be one that a terminal
+// obeys.
+constexpr bool is_control(char c) {
+    return c < ' ' || c > '~';
+}
+constexpr char to_small(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
+}
+constexpr char to_large(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c & ~0x20) : c;
+}
+
+// Takes the number at the start of TEXT off it, in base 10 or 16, with a minus if it has one;
+// false, and nothing taken, where there is none that fits.
+bool take_number(std::string_view &text, int base, int &number);
+
 // The whole of TEXT as a number that fits; false for anything else.
 bool parse_decimal(const char *text, int &number);
 bool parse_decimal_or_hex(const char *text, int &number);

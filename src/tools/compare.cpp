@@ -2,7 +2,6 @@
 // compared lane by lane, each in its own order, since between lanes the order is a matter of
 // timing; times and numbers of processes say nothing.
 #include <array>
-#include <charconv>
 
 #include "tools/cli.h"
 #include "tools/names.h"
@@ -27,7 +26,7 @@ struct lane {
 // What the daemon or one of its clients stores; other items are what it goes by.
 bool is_outcome(std::string_view digits) {
     int id = 0, wan = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), id);
+    cli::take_number(digits, 10, id);
     names::item_row row;
     return names::find_item(id, row, wan) && row.writer != item_writer::router;
 }
@@ -199,11 +198,9 @@ bool is_same(const lane &of, const side &a, const side &b) {
 
 // ---- what is said of a difference
 
-// Nothing that a terminal obeys, and no more than is of use.
 void put_visible(std::string_view text) {
     constexpr size_t LONGEST = 300;
-    for (const char c : text.substr(0, LONGEST))
-        output::put(c > ' ' && c < '\x7f' ? std::string_view(&c, 1) : c == ' ' ? " " : "?");
+    output::put_plain(text.substr(0, LONGEST));
     if (text.size() > LONGEST)
         output::put("...");
 }

@@ -62,7 +62,7 @@ static finding examine(std::string_view key, std::string_view value) {
 int config_set(operands given) {
     const bool strict = given.size() == 3;
     if (strict && given[0] != std::string_view{"--strict"})
-        return cli::wrong_usage("expected config set [--strict] KEY VALUE");
+        return wrong_operands();
     const char *const key = given[given.size() - 2];
     const char *const value = given[given.size() - 1];
     const finding found = examine(key, value);
@@ -90,14 +90,14 @@ int config_check(operands) {
 }
 
 static int list_settings() {
-    static int status = cli::DONE;
     const auto print_setting = [](std::string_view key, std::string_view value) {
-        for (const std::string_view part :
-             {key, std::string_view{"="}, value, std::string_view{"\n"}})
-            if (status == cli::DONE)
-                status = cli::print(part);
+        output::put(key);
+        output::put("=");
+        output::put(value);
+        output::put("\n");
     };
     const host::settings_result result = host::list_settings(print_setting);
+    const int status = output::flush();
     return status != cli::DONE ? status : report(result, "");
 }
 
@@ -105,7 +105,7 @@ int config_list(operands given) {
     if (given.empty())
         return list_settings();
     if (given[0] != std::string_view{"--describe"})
-        return cli::wrong_usage("expected config list [--describe]");
+        return wrong_operands();
     // Unreadable settings are not ones without values.
     const int status = report(host::list_settings([](std::string_view, std::string_view) {}), "");
     return status != cli::DONE ? status : describe_settings();

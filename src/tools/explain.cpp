@@ -55,13 +55,13 @@ static int parse_request(operands given, request &wanted) {
             continue;
         }
         if (strcmp(given[0], "--set") != 0 || given.size() < 2)
-            return cli::wrong_usage("expected explain [--set NAME=VALUE ...] [--json]");
+            return wrong_operands();
         given = given.subspan(1);
         text<48> name;
         const char *const equals = strchr(given[0], '=');
         const auto length = static_cast<size_t>(equals == nullptr ? 0 : equals - given[0]);
         if (length == 0 || length >= sizeof name.chars)
-            return cli::wrong_usage("expected --set NAME=VALUE, not '%s'", given[0]);
+            return wrong_operands();
         memcpy(name.data(), given[0], length);
         if (!what_if::set(name.c_str(), equals + 1))
             return cli::wrong_usage("'%s' is no item and no setting", name.c_str());
@@ -180,33 +180,6 @@ static void print_decision(const char *what, const arbitration_decision &decisio
           arbitration_rule_text(decision.rule));
 }
 
-static const char *link_words(router::link_state link) {
-    switch (link) {
-    case router::link_state::unknown: return "";
-    case router::link_state::down: return "link down, ";
-    case router::link_state::up: return "link up, ";
-    }
-    return "";
-}
-
-static void print_uplink(const router::uplink_state &uplink, int link_detection) {
-    print("%-15s %s%s%s%s", router::title(uplink).c_str(), uplink.ifname.c_str(),
-          uplink.ifname.empty() ? "" : ", ", link_words(uplink.link), uplink.is_up ? "up" : "down");
-    if (!uplink.has_verdict)
-        print("\n");
-    else if (link_detection != 0)
-        print(", %s (the network monitor's verdict)\n",
-              is_one(uplink.stored_verdict) ? "connected" : "not connected");
-    else if (uplink.missing == missing_piece::none)
-        print(", connected\n");
-    else
-        print(", not connected: %s\n", router::missing_text(uplink.missing));
-    const bool judged = uplink.missing == missing_piece::none;
-    if (uplink.has_verdict && link_detection == 0 && judged != is_one(uplink.stored_verdict))
-        print("%15s (the verdict on record is '%s': WAN_STATUS_CHANGE renews it)\n", "",
-              uplink.stored_verdict.c_str());
-}
-
 static void print_network(const char *side, int index, const char *address, const char *netmask) {
     if (index < 0)
         print("%-10s %-6s %s/%s\n", "", side, address, netmask);
@@ -244,7 +217,7 @@ static void print_reset() {
 
 static void print_facts(const explanation &found) {
     for (size_t i = 0; i < found.uplink_count; i++)
-        print_uplink(found.uplinks[i], found.link_detection);
+        router::print_uplink(found.uplinks[i], found.link_detection);
     for (size_t i = 0; i < found.uplink_count; i++)
         if (router::overlap overlap; router::find_overlap(found.uplinks[i], overlap))
             print_overlap(overlap);

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
+#include "tools/cli.h"
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
 #include "wan/setting_ranges.h"
@@ -62,7 +61,7 @@ constexpr std::string_view DIGITS = "0123456789";
 constexpr int MAX_KEY_LENGTH = key_text::size() - 1;
 
 char small(char c) {
-    return static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    return cli::to_small(c);
 }
 
 // How many letters have to be put in, left out, replaced or swapped with a neighbour to make one
@@ -126,9 +125,7 @@ recognised by_index(const setting &one, std::string_view key, std::string_view d
     recognised given = {.known = &one, .idx = 0, .is_right = false, .meant = {}};
     if (digits.empty() && !one.indexes.bare_0)
         return given;
-    const char *const end = digits.data() + digits.size();
-    if (one.indexes.last > 0 && !digits.empty() &&
-        std::from_chars(digits.data(), end, given.idx).ec != std::errc{})
+    if (one.indexes.last > 0 && !digits.empty() && !cli::take_number(digits, 10, given.idx))
         given.idx = INT_MAX;
     if (given.idx > one.indexes.last)
         return given;

@@ -2,8 +2,7 @@
 //
 // The records are printed on the bus library's thread, which ends the process itself after the last
 // one; the main thread only keeps the time.
-#include <cctype>
-#include <charconv>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <unistd.h>
@@ -37,7 +36,7 @@ output_t output;
 // whole or not there.
 [[noreturn]] void leave(int app_id, int status) {
     char name[12] = {};
-    std::to_chars(name, name + sizeof name - 1, app_id);
+    snprintf(name, sizeof name, "%d", app_id);
     unlink(host::join_path(host::BUS_FOLDER, name).data());
     _exit(status);
 }
@@ -71,11 +70,11 @@ int parse_request(operands given, request &wanted) {
     if (!names::parse_application(given[0], wanted.app_id))
         return cli::wrong_usage("'%s' is no application", given[0]);
     // Scripts that give the number rely on the bare line.
-    wanted.names = !isdigit(static_cast<unsigned char>(given[0][0]));
+    wanted.names = given[0][0] < '0' || given[0][0] > '9';
     for (given = given.subspan(1); !given.empty(); given = given.subspan(2)) {
         const std::string_view option{given[0]};
         if ((option != "-n" && option != "-t") || given.size() < 2)
-            return cli::wrong_usage("expected listen APP [-n COUNT] [-t SECONDS]");
+            return wrong_operands();
         int &limit = option == "-n" ? wanted.records : wanted.seconds;
         if (!cli::parse_decimal(given[1], limit) || limit <= 0)
             return cli::wrong_usage("'%s' is no positive number", given[1]);
@@ -84,9 +83,8 @@ int parse_request(operands given, request &wanted) {
 }
 
 void wait_for(int seconds) {
-    while (seconds == 0)
-        pause();
-    for (auto left = static_cast<unsigned>(seconds); left > 0;)
+    unsigned left = seconds == 0 ? UINT_MAX : static_cast<unsigned>(seconds);
+    while (left > 0)
         left = sleep(left);
 }
 

@@ -2,10 +2,10 @@
 // position is recognised by the file's number and the bytes before it, since the next log may get
 // the number of a removed one, or the same file may have been emptied and filled anew.
 #include "tools/log_totals.h"
+#include "tools/cli.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
@@ -93,9 +93,8 @@ size_t peer_index(std::string_view name) {
 // TEXT continues with "ID) WAY PEER" in hexadecimal, WAY being "from" or "to".
 void count_message(std::string_view text, std::string_view way, log_totals &totals) {
     int id = -1;
-    const char *const end = text.data() + text.size();
-    const char *const stop = std::from_chars(text.data(), end, id, 16).ptr;
-    text.remove_prefix(static_cast<size_t>(stop - text.data()));
+    if (!cli::take_number(text, 16, id)) // more than any ID
+        text.remove_prefix(std::min(text.find(')'), text.size()));
     if (!take(text, way))
         return;
     const size_t name_end = std::min(text.find(' '), text.size());
@@ -192,9 +191,9 @@ position count_lines(const log_file &log, uint64_t offset, log_totals &totals) {
         if (length <= 0)
             break;
         std::string_view rest{bytes, static_cast<size_t>(length)};
-        const char *const newline = static_cast<char *>(memrchr(bytes, '\n', rest.size()));
-        if (newline != nullptr)
-            rest.remove_suffix(static_cast<size_t>(bytes + length - newline) - 1);
+        const size_t newline = rest.rfind('\n');
+        if (newline != rest.npos)
+            rest = rest.substr(0, newline + 1);
         else if (rest.size() < READ_SIZE)
             break;
         offset += rest.size(); // without a newline in all of it: no line of the daemon's

@@ -194,7 +194,7 @@ void print_log(page &out, const log_totals &totals) {
 int print_metrics(operands given) {
     const std::string_view option{given.empty() ? "" : given[0]};
     if (!option.empty() && option != "--cgi" && option != "--textfile")
-        return cli::wrong_usage("'%s' is neither --cgi nor --textfile", given[0]);
+        return wrong_operands();
 
     // All that can fail comes before the first line.
     char mode[8];

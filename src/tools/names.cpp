@@ -1,6 +1,5 @@
 #include "tools/names.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -10,8 +9,6 @@
 #include "base/packed_texts.h"
 #include "platform/bus.h"
 #include "tools/cli.h"
-#include "tools/uplinkctl.h"
-#include "wan/flags.h"
 #include "wan/modes.h"
 
 namespace names {
@@ -46,46 +43,11 @@ constexpr struct {
 #undef ROW
 };
 
-struct message_row {
-    int id;
-    message_direction direction;
-    const char *constant, *peers, *meaning;
-};
-
-bool message_at(size_t position, message_row &row) {
-    if (position >= std::size(MESSAGES))
-        return false;
-    const char *const constant = nth_text(MESSAGE_TEXTS, 3 * position);
-    const char *const peers = next_text(constant);
-    row = {MESSAGES[position].id, MESSAGES[position].direction, constant, peers, next_text(peers)};
-    return true;
-}
-
-constexpr struct {
-    int id;
-    const char *role;
-} APPLICATIONS[] = {
-#define ROW(constant, id, role) {id, role},
+constexpr int APPLICATIONS[] = {
+#define ROW(constant, id, role) id,
     UPLINKD_APPLICATIONS(ROW)
 #undef ROW
 };
-
-constexpr struct {
-    const char *name, *meaning;
-} FLAGS[] = {
-#define ROW(constant, name, meaning) {name, meaning},
-    UPLINKD_FLAGS(ROW)
-#undef ROW
-};
-
-constexpr char WRITERS[] = "router\0daemon\0client\0shared";
-constexpr char DIRECTIONS[] = "received\0sent\0both";
-
-// What one item's number has to do with that of index 0.
-constexpr bool is_of_wired_wan(int id) {
-    return id / 100 == 2011 && id != DI_IFA_WIRED_WAN_MAC && id != DI_IFA_WIRED_WAN_CONNSTATUS &&
-           id != DI_IFA_WAN_PRIORITY;
-}
 
 const char *without(const char *prefix, const char *constant) {
     const size_t length = strlen(prefix);
@@ -128,6 +90,15 @@ bool find_item_name(const char *name, int &id) {
 }
 
 } // namespace
+
+bool message_at(size_t position, message_row &row) {
+    if (position >= std::size(MESSAGES))
+        return false;
+    const char *const constant = nth_text(MESSAGE_TEXTS, 3 * position);
+    const char *const peers = next_text(constant);
+    row = {MESSAGES[position].id, MESSAGES[position].direction, constant, peers, next_text(peers)};
+    return true;
+}
 
 bool item_at(size_t position, item_row &row) {
     if (position >= std::size(ITEMS))
@@ -221,9 +192,9 @@ bool parse_message(const char *text, int &id) {
 }
 
 bool parse_application(const char *text, int &id) {
-    for (const auto &row : APPLICATIONS) {
-        if (strcasecmp(text, get_app_name_by_id(row.id)) == 0) {
-            id = row.id;
+    for (const int app_id : APPLICATIONS) {
+        if (strcasecmp(text, get_app_name_by_id(app_id)) == 0) {
+            id = app_id;
             return true;
         }
     }
@@ -231,74 +202,3 @@ bool parse_application(const char *text, int &id) {
 }
 
 } // namespace names
-
-using namespace names;
-
-// ---- uplinkctl names
-
-[[gnu::format(printf, 1, 2)]] static int print_row(const char *format, ...) {
-    char line[256];
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    return cli::print(line);
-}
-
-static int print_items() {
-    int status = cli::DONE;
-    for (int wan_index = 0; wan_index <= MAX_RECORD_INDEX; wan_index++) {
-        item_row row;
-        for (size_t i = 0; item_at(i, row); i++) {
-            if (wan_index > 0 && !is_of_wired_wan(row.id))
-                continue;
-            const int id = wan_index == 0 ? row.id : wired_item(row.id, wan_index);
-            if (status == cli::DONE)
-                status = print_row("%d\t%s\t%s\t%s\n", id, of_item(id).c_str(),
-                                   nth_text(WRITERS, static_cast<size_t>(row.writer)), row.meaning);
-        }
-    }
-    return status;
-}
-
-static int print_messages() {
-    int status = cli::DONE;
-    message_row row;
-    for (size_t i = 0; message_at(i, row); i++)
-        if (status == cli::DONE)
-            status = print_row("0x%04X\t%s\t%s\t%s\t%s\n", static_cast<unsigned>(row.id),
-                               of_message(row.id).c_str(),
-                               nth_text(DIRECTIONS, static_cast<size_t>(row.direction)), row.peers,
-                               row.meaning);
-    return status;
-}
-
-static int print_applications() {
-    int status = cli::DONE;
-    for (const auto &row : APPLICATIONS)
-        if (status == cli::DONE)
-            status = print_row("%d\t%s\t%s\n", row.id, get_app_name_by_id(row.id), row.role);
-    return status;
-}
-
-static int print_flags() {
-    int status = cli::DONE;
-    for (const auto &row : FLAGS)
-        if (status == cli::DONE)
-            status = print_row("%s\t%s\n", row.name, row.meaning);
-    return status;
-}
-
-int print_names(operands given) {
-    constexpr struct {
-        std::string_view kind;
-        int (*print)();
-    } KINDS[] = {{"items", print_items},
-                 {"messages", print_messages},
-                 {"applications", print_applications},
-                 {"flags", print_flags}};
-    for (const auto &[kind, print] : KINDS)
-        if (kind == given[0])
-            return print();
-    return cli::wrong_usage("'%s' is no kind of names", given[0]);
-}

@@ -37,11 +37,26 @@ struct item_row {
     const char *constant, *meaning;
 };
 
+// Whether an item of index 0 has its like for the additional wired WANs.
+constexpr bool is_of_wired_wan(int id) {
+    return id / 100 == 2011 && id != DI_IFA_WIRED_WAN_MAC && id != DI_IFA_WIRED_WAN_CONNSTATUS &&
+           id != DI_IFA_WAN_PRIORITY;
+}
+
 // The row at a place of the table, which has those of index 0; false behind the last.
 bool item_at(size_t position, item_row &row);
 
 // The row that tells of an item, also of an additional wired WAN's, and the index of that WAN;
 // false for an item that the daemon does not know.
 bool find_item(int id, item_row &row, int &wan_index);
+
+struct message_row {
+    int id;
+    message_direction direction;
+    const char *constant, *peers, *meaning;
+};
+
+// The same for messages.
+bool message_at(size_t position, message_row &row);
 
 } // namespace names

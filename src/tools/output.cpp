@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -98,7 +97,7 @@ void put(std::string_view text) {
 
 void put_plain(std::string_view text) {
     for (const char c : text)
-        put_char(iscntrl(static_cast<unsigned char>(c)) ? '?' : c);
+        put_char(cli::is_control(c) ? '?' : c);
 }
 
 void print(const char *format, ...) {

@@ -148,15 +148,20 @@ static void add_client(client_list &list, const char *program, const char *pid_f
         list.clients[list.count++] = {program, pid, is_process(pid, program)};
 }
 
-static client_list list_clients(int idx) {
-    client_list list;
+text<64> pid_file_of(const char *program, int wan) {
     text<64> path;
-    uplinkd_dhcpc_get_pid_fname_by_idx(path.data(), path.size(), UDHCPC, idx, IPVER_V4);
-    add_client(list, UDHCPC, path.c_str());
-    uplinkd_dhcpc_get_pid_fname_by_idx(path.data(), path.size(), UDHCPC6, idx, IPVER_V6);
-    add_client(list, UDHCPC6, path.c_str());
-    uplinkd_ppp_get_pid_fname_by_idx(path.data(), path.size(), idx, PPPD);
-    add_client(list, PPPD, path.c_str());
+    if (program == PPPD)
+        uplinkd_ppp_get_pid_fname_by_idx(path.data(), path.size(), wan, program);
+    else
+        uplinkd_dhcpc_get_pid_fname_by_idx(path.data(), path.size(), program, wan,
+                                           program == UDHCPC ? IPVER_V4 : IPVER_V6);
+    return path;
+}
+
+static client_list list_clients(int wan) {
+    client_list list;
+    for (const char *program : {UDHCPC, UDHCPC6, PPPD})
+        add_client(list, program, pid_file_of(program, wan).c_str());
     return list;
 }
 

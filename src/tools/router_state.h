@@ -3,7 +3,6 @@
 #pragma once
 
 #include <array>
-#include <cctype>
 #include <span>
 #include <string_view>
 
@@ -11,6 +10,7 @@
 #include "arbitration/connection_status.h"
 #include "base/text.h"
 #include "platform/network.h"
+#include "tools/cli.h"
 #include "wan/uplinks.h"
 
 namespace router {
@@ -19,7 +19,7 @@ namespace router {
 template <int N> text<N> plain_item(int id) {
     text<N> value = item_text<N>(id);
     for (char &c : value.chars)
-        if (c != '\0' && iscntrl(static_cast<unsigned char>(c)))
+        if (c != '\0' && cli::is_control(c))
             c = '?';
     return value;
 }
@@ -81,6 +81,9 @@ struct overlap {
     text<32> lan_address, lan_netmask, wan_address, wan_netmask;
 };
 
+// A line for people: interface, link, network state, verdict.
+void print_uplink(const uplink_state &uplink, int link_detection);
+
 // As an element of a list in JSON. With LINK_DETECTION the verdicts are the network monitor's.
 void write_uplink(const uplink_state &uplink, int link_detection);
 
@@ -108,6 +111,9 @@ bool is_bound(int app_id);
 // The first process of that name; 0 for none.
 int find_process(const char *name);
 bool is_process(int pid, const char *name);
+
+// Where a client PROGRAM (UDHCPC, UDHCPC6 or PPPD itself) of a WAN leaves its number.
+text<64> pid_file_of(const char *program, int wan);
 
 // The number in a client's pid file; 0 for none.
 int read_pid_file(const char *path);

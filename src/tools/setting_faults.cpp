@@ -1,6 +1,5 @@
 // What is wrong with a value or a key. Whether a value is in range is decided by the functions and
 // tables that the daemon itself reads it with.
-#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +7,7 @@
 #include "batch/shell_quote.h"
 #include "guard/subnet_conflict.h"
 #include "platform/network.h"
+#include "tools/cli.h"
 #include "tools/known_settings.h"
 #include "wan/setting_ranges.h"
 #include "wan/uplinks.h"
@@ -70,7 +70,7 @@ fault_text fault_of_ipv4_mode(const setting &one, int idx, const value_text &val
 fault_text fault_of_pdp_type(const setting &one, const value_text &value) {
     value_text large = value;
     for (char &c : large.chars)
-        c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
+        c = cli::to_large(c);
     if (is_ipv6_pdp_type(value.c_str()) || !is_ipv6_pdp_type(large.c_str()))
         return {};
     return fault("not in just these letters (%s); %s", large.c_str(), one.otherwise().data());

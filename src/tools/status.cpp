@@ -109,26 +109,32 @@ static void print_addresses(const char *heading, const char *address, const char
             print("%-15s DNS %.39s\n", "", server.c_str());
 }
 
-static void print_uplink(const router::uplink_state &uplink, int link_detection) {
-    print_heading(router::title(uplink).c_str());
+void router::print_uplink(const uplink_state &uplink, int link_detection) {
+    print_heading(title(uplink).c_str());
     print("%s", uplink.ifname.empty() ? "(no interface)" : uplink.ifname.c_str());
-    if (uplink.link != router::link_state::unknown)
-        print(", link %s", router::link_text(uplink.link));
-    print(", %s", uplink.is_up ? "up" : "down");
+    if (uplink.link != link_state::unknown)
+        print(", link %s", link_text(uplink.link));
+    print(uplink.is_up ? ", up" : ", down");
+    const bool stored = is_one(uplink.stored_verdict);
+    const bool connected = link_detection != 0 ? stored : uplink.missing == missing_piece::none;
     if (uplink.has_verdict) {
-        const bool connected = is_one(uplink.stored_verdict);
         print(", ");
         print_verdict(connected, connected ? "connected" : "not connected");
-        if (!connected && link_detection == 0 && uplink.missing != missing_piece::none &&
-            uplink.missing != missing_piece::network)
-            print(": %s", router::missing_text(uplink.missing));
+        if (link_detection == 0 && uplink.is_up && !connected)
+            print(": %s", missing_text(uplink.missing));
     }
     print("\n");
-    const text<64> mobile_dns[2] = {};
+    if (uplink.has_verdict && connected != stored)
+        print("%15s (on record is '%s': WAN_STATUS_CHANGE renews it)\n", "",
+              uplink.stored_verdict.c_str());
+}
+
+static void print_details(const router::uplink_state &uplink) {
+    const text<64> none[2] = {};
     print_addresses("IPv4", uplink.ipv4.c_str(), uplink.netmask.c_str(), uplink.gateway.c_str(),
                     uplink.dns);
     print_addresses("IPv6", uplink.ipv6.c_str(), nullptr, uplink.ipv6_gateway.c_str(),
-                    uplink.kind == router::uplink_kind::mobile ? mobile_dns : uplink.ipv6_dns);
+                    uplink.kind == router::uplink_kind::mobile ? none : uplink.ipv6_dns);
     for (const router::client_state &client : uplink.clients.all())
         print("  %-13s %s, pid %d%s\n", "client", client.program, client.pid,
               client.alive ? "" : ", which is gone");
@@ -178,8 +184,10 @@ static void print_status(const status &found) {
               found.overlap.lan_index, found.overlap.lan_address.c_str(),
               found.overlap.lan_netmask.c_str(), "", found.overlap.wan_index,
               found.overlap.wan_address.c_str(), found.overlap.wan_netmask.c_str());
-    for (size_t i = 0; i < found.uplink_count; i++)
-        print_uplink(found.uplinks[i], found.link_detection);
+    for (size_t i = 0; i < found.uplink_count; i++) {
+        router::print_uplink(found.uplinks[i], found.link_detection);
+        print_details(found.uplinks[i]);
+    }
     print_heading("last batch");
     if (found.batch.script.empty())
         print("none\n");
@@ -285,7 +293,7 @@ static void write_status(const status &found) {
 
 int show_status(operands given) {
     if (given.size() == 1 && strcmp(given[0], "--json") != 0)
-        return cli::wrong_usage("expected status [--json]");
+        return wrong_operands();
     static status found;
     find_out(found);
     has_colours = wants_colours();

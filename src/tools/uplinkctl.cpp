@@ -117,6 +117,12 @@ static bool is_named(operands words, size_t count, const char *synopsis) {
     return true;
 }
 
+static const char *expected = ""; // of the command that runs
+
+int wrong_operands() {
+    return cli::wrong_usage("expected %s", expected);
+}
+
 int main(int argc, char **argv) {
     if (argc < 2 || (argc == 2 && cli::is_help(argv[1])))
         return help();
@@ -131,8 +137,9 @@ int main(int argc, char **argv) {
         if (row.name_words == 0 || !is_named(words, row.name_words, synopsis))
             continue;
         const operands given = words.subspan(row.name_words);
+        expected = synopsis;
         if (given.size() < row.least || (row.most != ANY && given.size() > row.most))
-            return cli::wrong_usage("expected %s", synopsis);
+            return wrong_operands();
         return row.run(given);
     }
     return cli::wrong_usage("unknown command '%s%s%s'", argv[1], argc > 2 ? " " : "",

@@ -6,6 +6,9 @@
 
 using operands = std::span<char *const>;
 
+// Says what operands the command that runs takes; the exit status.
+int wrong_operands();
+
 // Prints what READ finds under NAME: nothing at all for no value, like devinfo.
 int print_value(int (*read)(const char *name, char *buffer, int size), const char *name);
 

@@ -1,13 +1,11 @@
 #include "tools/what_if.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
 #include "base/text.h"
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
-#include "platform/log.h"
 #include "tools/names.h"
 
 namespace {
@@ -80,16 +78,8 @@ int what_if_set_devinfo_value_by_id(int id, const char *value, int length) {
     return keep(true, id, "", copy.c_str(), false) ? 0 : -1;
 }
 
-[[gnu::format(printf, 2, 3)]] void what_if_savelog(int level, const char *format, ...) {
-    if (running)
-        return;
-    char line[1024];
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    savelog(level, "%s", line);
-}
+// What a decision says to the log is for the daemon to say.
+void what_if_savelog(int, const char *, ...) {}
 
 } // extern "C"
 

@@ -11,8 +11,8 @@ namespace what_if {
 bool set(const char *name, const char *value);
 bool set_item(int id, const char *value);
 
-// Between these two, what is stored is kept here, until forget(), and logged lines are dropped. The
-// values that set() was given stay as they are.
+// Between these two, what is stored is kept here, until forget(). The values that set() was given
+// stay as they are.
 void begin();
 void end();
 void forget();

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/host/files.h"
 #include "platform/host/places.h"
@@ -17,7 +18,7 @@ namespace log_follower {
 
 namespace {
 
-host::descriptor log(-1);
+int log = -1;
 std::array<char, 64 * 1024> buffer; // what has been read, from a line's beginning
 size_t filled = 0;
 void (*on_start)(int pid) = nullptr;
@@ -45,7 +46,9 @@ off_t watch_file(int file) {
 
 // Returns where the lines begin of which events will come.
 off_t open_log() {
-    log.reset(host::open_regular(host::LOG_FILE, O_RDONLY));
+    if (log >= 0)
+        close(log);
+    log = host::open_regular(host::LOG_FILE, O_RDONLY);
     return log < 0 ? 0 : watch_file(log);
 }
 

@@ -29,23 +29,23 @@ enum class kind { daemon, client, batch };
 
 struct process {
     kind is;
-    int fd = -1; // -1: the place is free
-    int pid = 0;
-    int client = -1; // its place in CLIENTS
-    long long begun = 0;
+    int fd; // 0: the place is free
+    int pid;
+    int client; // its place in CLIENTS
+    long long begun;
     text<64> owner; // of a batch
 };
-process followed[40];
+process followed[40] = {};
 pollfd descriptors[sizeof followed / sizeof *followed];
 
 struct client_file {
     const char *program;
     int wan;
     text<64> path; // of the pid file
-    int pid = 0;
-    long long ended = 0;
+    int pid;
+    long long ended;
 };
-client_file clients[3 * (MAX_WAN_INDEX + 1)];
+client_file clients[3 * (MAX_WAN_INDEX + 1)] = {};
 
 void name_client_files() {
     client_file *place = clients;
@@ -53,26 +53,20 @@ void name_client_files() {
         for (const char *program : {UDHCPC, UDHCPC6, PPPD}) {
             place->program = program;
             place->wan = wan;
-            char *const path = place->path.data();
-            const int size = place->path.size();
-            if (program == PPPD)
-                uplinkd_ppp_get_pid_fname_by_idx(path, size, wan, program);
-            else
-                uplinkd_dhcpc_get_pid_fname_by_idx(path, size, program, wan,
-                                                   program == UDHCPC ? IPVER_V4 : IPVER_V6);
+            place->path = router::pid_file_of(program, wan);
             place++;
         }
     }
 }
 
 process *follow(kind is, int pid) {
-    const int fd = open_process(pid);
+    const int fd = host::above_standard(open_process(pid));
     if (fd < 0)
         return nullptr;
     for (process &place : followed) {
-        if (place.fd >= 0)
+        if (place.fd != 0)
             continue;
-        place = {is, fd, pid, -1, events::now(), {}};
+        place = {is, fd, pid, 0, events::now(), {}};
         return &place;
     }
     close(fd);
@@ -81,7 +75,7 @@ process *follow(kind is, int pid) {
 
 bool is_followed(kind is, int pid) {
     return std::any_of(std::begin(followed), std::end(followed), [&](const process &place) {
-        return place.fd >= 0 && place.is == is && place.pid == pid;
+        return place.fd != 0 && place.is == is && place.pid == pid;
     });
 }
 
@@ -128,12 +122,12 @@ void end_process(process &place) {
     }
     }
     close(place.fd);
-    place.fd = -1;
+    place.fd = 0;
 }
 
 int daemon_pid() {
     for (const process &place : followed)
-        if (place.fd >= 0 && place.is == kind::daemon)
+        if (place.fd != 0 && place.is == kind::daemon)
             return place.pid;
     return 0;
 }
@@ -144,11 +138,12 @@ int parent_of(int pid) {
     const host::descriptor file(host::open_file(path, O_RDONLY));
     if (file < 0 || read(file, stat, sizeof stat - 1) <= 0)
         return 0;
-    const char *const after_name = strrchr(stat, ')'); // a name may hold anything
-    int parent = 0;
-    if (after_name == nullptr || sscanf(after_name, ") %*c %d", &parent) != 1)
-        return 0;
-    return parent;
+    // "PID (NAME) STATE PARENT ...", and a name may hold anything.
+    constexpr size_t STATE_SIZE = 4;
+    const char *const after_name = strrchr(stat, ')');
+    return after_name == nullptr || strlen(after_name) < STATE_SIZE
+               ? 0
+               : to_int(after_name + STATE_SIZE);
 }
 
 // The shell that the daemon waits for; 0 if it has ended already.
@@ -203,7 +198,7 @@ void batch_run() {
 std::span<pollfd> to_wait_for() {
     size_t count = 0;
     for (const process &place : followed)
-        if (place.fd >= 0)
+        if (place.fd != 0)
             descriptors[count++] = {.fd = place.fd, .events = POLLIN, .revents = 0};
     return {descriptors, count};
 }

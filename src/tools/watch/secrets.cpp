@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <sys/random.h>
 
@@ -23,7 +24,7 @@ size_t count = 0;
 // What a text becomes; cut where it does not fit.
 struct buffer {
     std::array<char, 8192> bytes;
-    size_t length = 0;
+    size_t length;
 
     void add(std::string_view part) {
         const size_t room = std::min(part.size(), bytes.size() - length);
@@ -32,7 +33,7 @@ struct buffer {
     }
     std::string_view view() const { return {bytes.data(), length}; }
 };
-buffer without_accounts, without_addresses;
+buffer without_accounts = {}, without_addresses = {};
 
 bool is_word_character(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
@@ -122,15 +123,17 @@ bool replace_ipv4(const token_text &token, token_text &result) {
 }
 
 bool replace_mac(const token_text &token, token_text &result) {
-    unsigned mac[6];
-    int end = 0;
-    if (sscanf(token.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &mac[0], &mac[1], &mac[2], &mac[3],
-               &mac[4], &mac[5], &end) != 6 ||
-        token.chars[end] != '\0' || end != 17)
-        return false;
     unsigned char bytes[6];
-    for (int i = 0; i < 6; i++)
-        bytes[i] = static_cast<unsigned char>(mac[i]);
+    const char *at = token.c_str();
+    if (strlen(at) != 17)
+        return false;
+    for (unsigned char &byte : bytes) {
+        char *end;
+        byte = static_cast<unsigned char>(strtoul(at, &end, 16));
+        if (end != at + 2 || (*end != ':' && *end != '\0'))
+            return false;
+        at = end + 1;
+    }
     const uint64_t other = mix(bytes, 48);
     snprintf(result.data(), sizeof result.chars, "02:%02x:%02x:%02x:%02x:%02x",
              static_cast<unsigned>(other & 0xff), static_cast<unsigned>(other >> 8 & 0xff),

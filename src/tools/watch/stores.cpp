@@ -40,7 +40,7 @@ struct item {
     value_text value;
     identity file;
 };
-item items[192];
+item items[192] = {};
 size_t item_count = 0;
 
 struct setting {
@@ -48,7 +48,7 @@ struct setting {
     value_text value;
     bool is_there;
 };
-setting known_settings[512];
+setting known_settings[512] = {};
 size_t setting_count = 0;
 
 struct flag {
@@ -90,9 +90,7 @@ void gather_items() {
         names::item_row row;
         for (size_t i = 0; names::item_at(i, row); i++) {
             const int id = idx == 0 ? row.id : wired_item(row.id, idx);
-            names::item_row found;
-            int wan_index = 0;
-            if (idx > 0 && (row.id / 100 != 2011 || !names::find_item(id, found, wan_index)))
+            if (idx > 0 && !names::is_of_wired_wan(row.id))
                 continue;
             if (find_item(id) == nullptr && item_count < sizeof items / sizeof *items)
                 items[item_count++] = {id, {}, {}};

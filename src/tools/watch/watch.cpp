@@ -180,19 +180,21 @@ void end_soon(int) {
     is_to_end = 1;
 }
 
-// The signals that end it are taken only while it waits, so that no line is cut.
+// The signals that end it are taken only while it waits, so that no line is cut. One that whoever
+// started it has it ignore, as nohup does, stays ignored.
 sigset_t take_signals() {
     sigset_t ending, before;
     sigemptyset(&ending);
-    struct sigaction action {};
-    action.sa_handler = end_soon;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaddset(&ending, signal);
+        struct sigaction action {};
+        sigaction(signal, nullptr, &action);
+        if (action.sa_handler == SIG_IGN)
+            continue;
+        action.sa_handler = end_soon;
         sigaction(signal, &action, nullptr);
+        sigaddset(&ending, signal);
     }
     sigprocmask(SIG_BLOCK, &ending, &before);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        sigdelset(&before, signal);
     return before;
 }
 
@@ -243,7 +245,7 @@ struct request {
     const char *file = nullptr;
 };
 
-int parse(operands given, const char *expected, bool is_recording, request &wanted) {
+int parse(operands given, bool is_recording, request &wanted) {
     for (; !given.empty(); given = given.subspan(1)) {
         const std::string_view word{given[0]};
         if (word == "--json" && !is_recording) {
@@ -257,19 +259,17 @@ int parse(operands given, const char *expected, bool is_recording, request &want
         } else if (is_recording && wanted.file == nullptr && !word.starts_with("-")) {
             wanted.file = given[0];
         } else {
-            return cli::wrong_usage("expected %s", expected);
+            return wrong_operands();
         }
     }
-    return is_recording && wanted.file == nullptr ? cli::wrong_usage("expected %s", expected)
-                                                  : cli::DONE;
+    return is_recording && wanted.file == nullptr ? wrong_operands() : cli::DONE;
 }
 
 } // namespace
 
 int watch_router(operands given) {
     request wanted;
-    if (const int status = parse(given, "watch [--json] [-t SECONDS]", false, wanted);
-        status != cli::DONE)
+    if (const int status = parse(given, false, wanted); status != cli::DONE)
         return status;
     return run(wanted.json ? events::form::json : events::form::people, false, wanted.seconds);
 }
@@ -279,8 +279,7 @@ constexpr mode_t RECORDING_MODE = 0600;
 
 int record_router(operands given) {
     request wanted;
-    if (const int status = parse(given, "record FILE [--private] [-t SECONDS]", true, wanted);
-        status != cli::DONE)
+    if (const int status = parse(given, true, wanted); status != cli::DONE)
         return status;
     const int file =
         host::open_regular(wanted.file, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, RECORDING_MODE);
