@@ -20,11 +20,16 @@ static int name_settings(operands) {
     return print_setting_names();
 }
 
+// What a build may leave out.
 #ifdef UPLINKCTL_METRICS
-#define METRICS(COMMAND)                                                                           \
-    COMMAND(1, 0, 1, print_metrics, "metrics [--cgi] [--textfile]", "print figures for Prometheus")
+#define IF_METRICS(row) row
 #else
-#define METRICS(COMMAND)
+#define IF_METRICS(row)
+#endif
+#ifdef UPLINKCTL_RECORD
+#define IF_RECORD(row) row
+#else
+#define IF_RECORD(row)
 #endif
 
 static constexpr unsigned char ANY = UCHAR_MAX;
@@ -37,10 +42,12 @@ static constexpr unsigned char ANY = UCHAR_MAX;
     COMMAND(1, 0, 1, show_status, "status [--json]", "show the uplinks at a glance")               \
     COMMAND(1, 0, ANY, explain_priority, "explain [--set NAME=VALUE ...] [--json]",                \
             "show who has priority and why, or what if")                                           \
-    COMMAND(1, 0, ANY, watch_router, "watch [--json] [-t SECONDS]",                                \
-            "show what happens, as it happens")                                                    \
-    COMMAND(1, 0, 1, show_log, "log [TIME]", "print the log, or a minute of it (03:12)")           \
-    COMMAND(1, 0, 0, show_batch, "batch", "print what was run last, and what came of it")          \
+    IF_RECORD(COMMAND(1, 0, ANY, watch_router, "watch [--json] [-t SECONDS]",                      \
+              "show what happens, as it happens"))                                                 \
+    IF_RECORD(COMMAND(1, 0, 1, show_log, "log [TIME]",                                             \
+              "print the log, or a minute of it (03:12)"))                                         \
+    IF_RECORD(COMMAND(1, 0, 0, show_batch, "batch",                                                \
+              "print what was run last, and what came of it"))                                     \
     HEADING("What is it told to do?")                                                              \
     COMMAND(2, 1, 1, config_get, "config get KEY", "print the value of a setting")                 \
     COMMAND(2, 2, 3, config_set, "config set [--strict] KEY VALUE",                                \
@@ -58,11 +65,12 @@ static constexpr unsigned char ANY = UCHAR_MAX;
     COMMAND(1, 1, ANY, listen_to_bus, "listen APP [-n COUNT] [-t SECONDS]",                        \
             "show the records sent to an application")                                             \
     HEADING("For later, and for elsewhere")                                                        \
-    COMMAND(1, 1, ANY, record_router, "record FILE [--private] [-t SECONDS]",                      \
-            "keep what happens, to be replayed")                                                   \
-    COMMAND(1, 2, 2, compare_recordings, "compare A B",                                            \
-            "show where it decided otherwise in another")                                          \
-    METRICS(COMMAND)
+    IF_RECORD(COMMAND(1, 1, ANY, record_router, "record FILE [--private] [-t SECONDS]",            \
+              "keep what happens, to be replayed"))                                                \
+    IF_RECORD(COMMAND(1, 2, 2, compare_recordings, "compare A B",                                  \
+              "show where it decided otherwise in another"))                                       \
+    IF_METRICS(COMMAND(1, 0, 1, print_metrics, "metrics [--cgi] [--textfile]",                     \
+               "print figures for Prometheus"))
 // clang-format on
 
 // Texts in one piece, since each pointer would cost a relocation.
@@ -88,16 +96,21 @@ static constexpr struct {
 
 static int help() {
     constexpr int COLUMN = 36;
-    const char *text = COMMAND_TEXTS;
+    const char *text = COMMAND_TEXTS, *heading = nullptr;
     output::put("Usage: uplinkctl COMMAND\n"
                 "Looks at the router's WAN management, and at what it works with.\n");
     for (const auto &row : COMMAND_ROWS) {
         const char *const synopsis = text;
         const char *const purpose = next_text(synopsis);
         text = next_text(purpose);
-        if (row.name_words == 0)
-            output::print("\n%s\n", synopsis);
-        else if (strlen(synopsis) <= COLUMN - 2) // scripts find its end by the blanks
+        if (row.name_words == 0) {
+            heading = synopsis;
+            continue;
+        }
+        if (heading != nullptr) // which has a command
+            output::print("\n%s\n", heading);
+        heading = nullptr;
+        if (strlen(synopsis) <= COLUMN - 2) // scripts find its end by the blanks
             output::print("  %-*s %s\n", COLUMN, synopsis, purpose);
         else
             output::print("  %s\n%*s%s\n", synopsis, COLUMN + 3, "", purpose);

@@ -40,14 +40,8 @@ static std::string conflict(int value) {
 
 // What `uplinkctl compare` prints, and its status at the end.
 static std::string compared() {
-    const std::string command =
-        std::string("./uplinkctl compare ") + FIRST + ' ' + SECOND + " 2>&1; echo \"status $?\"";
-    FILE *const pipe = popen(command.c_str(), "r");
-    std::string text;
-    for (int c; (c = fgetc(pipe)) != EOF;)
-        text += static_cast<char>(c);
-    pclose(pipe);
-    return text;
+    return shown(std::string("./uplinkctl compare ") + FIRST + ' ' + SECOND +
+                 " 2>&1; echo \"status $?\"");
 }
 
 static void expect(const std::string &first, const std::string &second,

@@ -24,6 +24,16 @@ inline std::string file_text(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// What a shell prints that runs COMMAND.
+inline std::string shown(const std::string &command) {
+    FILE *const pipe = popen(command.c_str(), "r");
+    std::string text;
+    for (int c; (c = fgetc(pipe)) != EOF;)
+        text += static_cast<char>(c);
+    pclose(pipe);
+    return text;
+}
+
 // A datagram socket, a new one where none is given, bound or connected to PATH.
 inline int unix_socket(int (*bind_or_connect)(int, const sockaddr *, socklen_t),
                        const std::string &path, int fd = socket(AF_UNIX, SOCK_DGRAM, 0)) {

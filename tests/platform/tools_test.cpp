@@ -7,15 +7,6 @@
 // Regular expressions; a line of standard error begins with '!'. They tell the exit status, too.
 static const std::string FAILURE = "!\\w+: .*\n", USAGE = FAILURE + "!Try '\\w+ --help'\\.\n";
 
-static std::string shown(const std::string &command) {
-    FILE *const pipe = popen(command.c_str(), "r");
-    std::string text;
-    for (int c; (c = fgetc(pipe)) != EOF;)
-        text += static_cast<char>(c);
-    pclose(pipe);
-    return text;
-}
-
 // What `config check` says of one line of the settings, "" if nothing; `config set --strict`
 // agrees.
 TEST(Tools, CheckSettingsAsTheDaemonReadsThem) {

@@ -223,15 +223,6 @@ void read_all() {
     decide();
 }
 
-void reread() {
-    settings_changed();
-    for (size_t i = 0; i < item_count; i++)
-        read_item(items[i], true);
-    for (flag &known : flags)
-        flag_changed(known.name);
-    decide();
-}
-
 void decide() {
     live_state live{};
     live.mobile_connstatus = status_item(DI_IFA_MOBILE_CONNSTATUS);

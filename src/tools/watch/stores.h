@@ -6,7 +6,7 @@
 
 namespace stores {
 
-// Reads everything; all of it counts as new.
+// Reads everything: what differs from before, at first all of it, is new.
 void read_all();
 
 // Read one anew: the file NAME has been written. Where two events come for one value only, the one
@@ -14,9 +14,6 @@ void read_all();
 void item_changed(const char *name, bool catching_up);
 void flag_changed(const char *name);
 void settings_changed();
-
-// Reads everything anew after events were lost.
-void reread();
 
 // What the arbitration makes of these items and settings now.
 void decide();
