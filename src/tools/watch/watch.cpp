@@ -283,7 +283,7 @@ int record_router(operands given) {
         return status;
     const int file =
         host::open_regular(wanted.file, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, RECORDING_MODE);
-    if (file < 0)
+    if (file < 0 || fchmod(file, RECORDING_MODE) != 0)
         return cli::failure("cannot write '%s': %s", wanted.file, strerror(errno));
     output::redirect(file);
     return run(events::form::json, wanted.is_private, wanted.seconds);
