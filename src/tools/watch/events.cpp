@@ -12,10 +12,14 @@
 #include "tools/names.h"
 #include "tools/output.h"
 #include "tools/router_state.h"
+#include "tools/watch/log_lines.h"
 #include "tools/watch/secrets.h"
 
 namespace events {
 
+using log_lines::log_parts;
+using log_lines::message;
+using log_lines::number;
 using output::print;
 
 namespace {
@@ -306,83 +310,6 @@ void keep_secret(const char *value) {
 
 namespace {
 
-// "YYYY-MM-DD HH:MM:SS.mmm PROGRAM[PID] LEVEL TEXT"
-struct log_parts {
-    std::string_view time, program, pid, level, words;
-    bool is_whole = false;
-};
-
-// Takes what stands before the next MARK off REST.
-std::string_view take(std::string_view &rest, char mark) {
-    const size_t end = std::min(rest.find(mark), rest.size());
-    const std::string_view taken = rest.substr(0, end);
-    rest.remove_prefix(std::min(rest.size(), end + 1));
-    return taken;
-}
-
-log_parts split(std::string_view line) {
-    constexpr size_t TIME_SIZE = 23;
-    log_parts parts;
-    if (line.size() <= TIME_SIZE || line[TIME_SIZE] != ' ') {
-        parts.words = line;
-        return parts;
-    }
-    parts.time = line.substr(0, TIME_SIZE);
-    line.remove_prefix(TIME_SIZE + 1);
-    parts.program = take(line, '[');
-    parts.pid = take(line, ']');
-    take(line, ' ');
-    parts.level = take(line, ' ');
-    parts.words = line;
-    parts.is_whole = true;
-    return parts;
-}
-
-long number(std::string_view digits) {
-    const text<24> copy = [&] {
-        text<24> chars;
-        snprintf(chars.data(), sizeof chars.chars, "%.*s", static_cast<int>(digits.size()),
-                 digits.data());
-        return chars;
-    }();
-    return strtol(copy.c_str(), nullptr, 0);
-}
-
-struct message {
-    bool is_received;
-    long id;
-    std::string_view peer;
-    bool accepted;
-};
-
-// The daemon's own lines of level 0: "recv msg(0x5303) from uis", "send msg (0x7005) to pfilterd
-// successfully".
-bool find_message(const log_parts &log, message &found) {
-    constexpr std::string_view RECEIVED = "recv msg(", SENT = ": send msg (";
-    if (log.program != "UPLINKD" || log.level != "0")
-        return false;
-    std::string_view rest = log.words;
-    const size_t received = rest.find(RECEIVED);
-    const size_t sent = rest.find(SENT);
-    found.is_received = received != rest.npos && rest.find("uplinkd_handler_msg--") != rest.npos;
-    if (found.is_received) {
-        rest.remove_prefix(received + RECEIVED.size());
-        found.id = number(take(rest, ')'));
-        take(rest, 'm'); // " from "
-        found.peer = rest.substr(std::min<size_t>(1, rest.size()));
-        return true;
-    }
-    if (sent == rest.npos)
-        return false;
-    rest.remove_prefix(sent + SENT.size());
-    found.id = number(take(rest, ')'));
-    take(rest, 'o'); // " to "
-    take(rest, ' ');
-    found.peer = take(rest, ' ');
-    found.accepted = rest == "successfully";
-    return found.accepted || rest == "failed!";
-}
-
 void message_line(const log_parts &log, const message &seen) {
     const int id = static_cast<int>(seen.id);
     const int peer_size = static_cast<int>(seen.peer.size());
@@ -406,9 +333,9 @@ void message_line(const log_parts &log, const message &seen) {
 } // namespace
 
 void log_line(std::string_view line) {
-    const log_parts log = split(line);
+    const log_parts log = log_lines::split(line);
     message seen{};
-    if (log.is_whole && find_message(log, seen))
+    if (log.is_whole && log_lines::find_message(log, seen))
         return message_line(log, seen);
     if (is_for_people()) {
         print_heading("log", 0);
@@ -427,7 +354,7 @@ void log_line(std::string_view line) {
 }
 
 void past_line(std::string_view line) {
-    const log_parts log = split(line);
+    const log_parts log = log_lines::split(line);
     if (!log.is_whole)
         return;
     past_time = {};
