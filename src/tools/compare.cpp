@@ -1,7 +1,9 @@
 // uplinkctl compare: where the daemon decided differently in two recordings. What it does is
 // compared lane by lane, each in its own order, since between lanes the order is a matter of
 // timing; times and numbers of processes say nothing.
+#include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "tools/cli.h"
 #include "tools/names.h"

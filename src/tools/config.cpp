@@ -1,6 +1,7 @@
 // uplinkctl config: the settings file, line by line and as a whole.
 #include "tools/config.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

@@ -3,6 +3,7 @@
 // the same for other values: the daemon's own functions, in stores that differ by these.
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

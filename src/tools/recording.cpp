@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <initializer_list>
+#include <iterator>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
@@ -110,8 +111,11 @@ std::string_view take_number(std::string_view &rest) {
     };
     if (!take_digits())
         return {};
-    if (at < rest.size() && rest[at] == '.' && (at++, !take_digits()))
-        return {};
+    if (at < rest.size() && rest[at] == '.') {
+        at++;
+        if (!take_digits())
+            return {};
+    }
     return cut(rest, at);
 }
 

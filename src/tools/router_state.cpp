@@ -1,6 +1,7 @@
 #include "tools/router_state.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>

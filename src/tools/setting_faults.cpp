@@ -1,6 +1,7 @@
 // What is wrong with a value or a key. Whether a value is in range is decided by the functions and
 // tables that the daemon itself reads it with.
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

@@ -1,5 +1,6 @@
 #include "tools/watch/stores.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>

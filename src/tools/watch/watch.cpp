@@ -1,9 +1,11 @@
 // uplinkctl watch and record: everything that the daemon goes by and does, in the order in which it
 // happens. One inotify queue sees all folders, so it is the order; processes are followed by
 // descriptors of theirs. Nothing is looked at from time to time.
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -186,7 +188,7 @@ sigset_t take_signals() {
     sigset_t ending, before;
     sigemptyset(&ending);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction action {};
+        struct sigaction action = {};
         sigaction(signal, nullptr, &action);
         if (action.sa_handler == SIG_IGN)
             continue;
