@@ -1,6 +1,9 @@
 // uplinkctl watch: nothing lost, nothing out of order, whatever the rate.
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <sys/wait.h>
+#include <vector>
 
 #include "host_test.h"
 #include "platform/devinfo_store.h"
