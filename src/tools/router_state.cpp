@@ -141,11 +141,11 @@ static void add_client(client_list &list, const char *program, const char *pid_f
 
 text<64> pid_file_of(const char *program, int wan) {
     text<64> path;
-    if (program == PPPD)
+    if (strcmp(program, PPPD) == 0)
         uplinkd_ppp_get_pid_fname_by_idx(path.data(), path.size(), wan, program);
     else
         uplinkd_dhcpc_get_pid_fname_by_idx(path.data(), path.size(), program, wan,
-                                           program == UDHCPC ? IPVER_V4 : IPVER_V6);
+                                           strcmp(program, UDHCPC) == 0 ? IPVER_V4 : IPVER_V6);
     return path;
 }
 

@@ -112,7 +112,7 @@ bool is_bound(int app_id);
 int find_process(const char *name);
 bool is_process(int pid, const char *name);
 
-// Where a client PROGRAM (UDHCPC, UDHCPC6 or PPPD itself) of a WAN leaves its number.
+// Where a client PROGRAM of a WAN leaves its number.
 text<64> pid_file_of(const char *program, int wan);
 
 // The number in a client's pid file; 0 for none.
