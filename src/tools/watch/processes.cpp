@@ -93,7 +93,7 @@ constexpr long long BACKGROUND_MICROSECONDS = 1000000;
 void read_client(client_file &client, bool is_live) {
     const int pid = router::read_pid_file(client.path.c_str());
     // The shell of a batch leaves pppd's number before that has become pppd.
-    const bool is_becoming = is_live && client.program == PPPD;
+    const bool is_becoming = is_live && strcmp(client.program, PPPD) == 0;
     if (pid == 0 || pid == client.pid || (!is_becoming && !router::is_process(pid, client.program)))
         return;
     process *const place = follow(kind::client, pid);
