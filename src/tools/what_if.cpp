@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
+#include "tools/known_settings.h"
 #include "tools/names.h"
 
 namespace {
@@ -87,8 +88,7 @@ bool what_if::set(const char *name, const char *value) {
     int id = 0;
     if (names::parse_item(name, id))
         return set_item(id, value);
-    const bool is_key = strncmp(name, "USR_", 4) == 0 || strncmp(name, "SYS_", 4) == 0;
-    return is_key && keep(false, 0, name, value, true);
+    return settings::recognise(name).is_right && keep(false, 0, name, value, true);
 }
 
 bool what_if::set_item(int id, const char *value) {

@@ -6,8 +6,8 @@
 
 namespace what_if {
 
-// From now on reads see VALUE. NAME is an item's number or name, or a key of the settings. False
-// for anything else, or when there are more than 64.
+// From now on reads see VALUE. NAME is an item's number or name, or a key of the daemon's
+// settings. False for anything else, or when there are more than 64.
 bool set(const char *name, const char *value);
 bool set_item(int id, const char *value);
 

@@ -155,6 +155,7 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"uplinkctl explain --set MOBILE_IP=192.0.2.9 --set 201007=192.0.2.1 | grep -A1 priority",
          "priority +0, .*: mobile first, and the mobile network is connected\n\n"},
         {"uplinkctl explain --set MOBILE_PI=1", USAGE},
+        {"uplinkctl explain --set USR_WAN_MOD=1", USAGE},
         {"uplinkctl explain --set USR_WAN_MODE=3 --set USR_WAN_IPMODE=dhcp --set "
          "WLAN24_WAN_NETSTATUS=1 --set "
          "WLAN_WAN_IP=10.0.0.2 | tail -n 1",
