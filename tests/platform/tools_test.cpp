@@ -163,6 +163,9 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"for i in 1 2 4 8 9 10 28; do devinfo $((201100 + i)) $(printf 'a\\033[7m%.0s' $(seq 9)); "
          "done; uplinkctl status | LC_ALL=C.UTF-8 grep -E '.{81}|[[:cntrl:]]'; true",
          ""},
+        {"for no in '' 1; do NO_COLOR=$no script -qec 'uplinkctl status' /dev/null | grep -c "
+         "$(printf '\\033'); done; uplinkctl status | grep -c $(printf '\\033'); true",
+         "[1-9]\n0\n0\n"},
         {"devinfo wired_wan_ip_2 192.0.2.7 && devinfo DI_IFA_WIRED_WAN_IP_2; devinfo 262002",
          "(192\\.0\\.2\\.7\n){2}"},
         {"devinfo WAN_PRIORITY_2", USAGE},
