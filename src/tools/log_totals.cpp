@@ -2,7 +2,6 @@
 // position is recognised by the file's number and the bytes before it, since the next log may get
 // the number of a removed one, or the same file may have been emptied and filled anew.
 #include "tools/log_totals.h"
-#include "tools/cli.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,6 +17,7 @@
 #include "platform/bus.h"
 #include "platform/host/files.h"
 #include "platform/host/places.h"
+#include "tools/log_lines.h"
 
 namespace {
 
@@ -71,13 +71,6 @@ uint64_t check_of(const kept_state &state) {
 
 // ---- one line
 
-bool take(std::string_view &text, std::string_view expected) {
-    if (!text.starts_with(expected))
-        return false;
-    text.remove_prefix(expected.size());
-    return true;
-}
-
 size_t message_index(int id) {
     const auto *const end = std::end(KNOWN_MESSAGES);
     const auto *const found =
@@ -92,63 +85,35 @@ size_t peer_index(std::string_view name) {
     return static_cast<size_t>(found - KNOWN_PEERS);
 }
 
-// TEXT continues with "ID) WAY PEER" in hexadecimal, WAY being "from" or "to".
-void count_message(std::string_view text, std::string_view way, log_totals &totals) {
-    int id = -1;
-    if (!cli::take_number(text, 16, id)) // more than any ID
-        text.remove_prefix(std::min(text.find(')'), text.size()));
-    if (!take(text, way))
-        return;
-    const size_t name_end = std::min(text.find(' '), text.size());
-    const std::string_view name{text.data(), name_end};
-    text.remove_prefix(name_end);
-    message_fate fate = RECEIVED;
-    if (text == " successfully")
-        fate = SENT;
-    else if (text == " failed!")
-        fate = SEND_FAILED;
-    else if (!text.empty())
-        return;
-    totals.messages[fate][message_index(id)][peer_index(name)]++;
+void count_message(const log_lines::message &seen, log_totals &totals) {
+    const message_fate fate = seen.is_received ? RECEIVED : seen.accepted ? SENT : SEND_FAILED;
+    totals.messages[fate][message_index(seen.id)][peer_index(seen.peer)]++;
 }
 
-// The daemon's own words at the start of a text; what it quotes of others comes later.
-void count_event(std::string_view text, log_totals &totals) {
-    if (take(text, "[uplinkd] [uplinkd_handler_msg] recv msg(0x"))
-        count_message(text, ") from ", totals);
-    else if (take(text, "send msg (0x"))
-        count_message(text, ") to ", totals);
-    else if (text == "network prioroty changed from 1 to 0")
+void count_event(std::string_view said, log_totals &totals) {
+    if (said == "network prioroty changed from 1 to 0")
         totals.failovers[0]++;
-    else if (text == "network prioroty changed from 0 to 1")
+    else if (said == "network prioroty changed from 0 to 1")
         totals.failovers[1]++;
-    else if (text == "detect wan net segment invalid , reset interface")
+    else if (said == "detect wan net segment invalid , reset interface")
         totals.conflicts++;
-    else if (text == "uplinkd_init start!")
+    else if (said == "uplinkd_init start!")
         totals.starts++;
 }
 
-// "DATE TIME UPLINKD[PID] LEVEL [uplinkd] FUNCTION--LINE: TEXT"
 void count_line(std::string_view line, log_totals &totals) {
-    constexpr size_t TIME_SIZE = sizeof "2026-01-31 00:00:00.000";
-    unsigned number = 0, level = 0;
-    if (line.size() < TIME_SIZE)
+    const log_lines::log_parts log = log_lines::split(line);
+    log_lines::message seen;
+    if (log.program != "UPLINKD")
         return;
-    line.remove_prefix(TIME_SIZE);
-    if (!take(line, "UPLINKD[") || !host::take_number(line, number) || !take(line, "] ") ||
-        !host::take_number(line, level) || !take(line, " "))
-        return;
-    if (level == LOG_EVENT && line.starts_with("bus: dropped a datagram of "))
+    if (log.level == LOG_EVENT && log.words.starts_with("bus: dropped a datagram of "))
         totals.dropped_datagrams++;
-    if (!take(line, "[uplinkd] "))
-        return;
-    line.remove_prefix(std::min(line.find_first_of("- :"), line.size()));
-    if (!take(line, "--") || !host::take_number(line, number) || !take(line, ": "))
-        return;
-    if (level == LOG_REJECTED)
+    else if (log_lines::find_message(log, seen))
+        count_message(seen, totals);
+    else if (log.level == LOG_EVENT)
+        count_event(log.said, totals);
+    else if (log.level == LOG_REJECTED && !log.said.empty())
         totals.rejected_values++;
-    else if (level == LOG_EVENT)
-        count_event(line, totals);
 }
 
 // ---- one file

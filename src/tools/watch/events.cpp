@@ -9,17 +9,16 @@
 #include "base/text.h"
 #include "tools/cli.h"
 #include "tools/last_batch.h"
+#include "tools/log_lines.h"
 #include "tools/names.h"
 #include "tools/output.h"
 #include "tools/router_state.h"
-#include "tools/watch/log_lines.h"
 #include "tools/watch/secrets.h"
 
 namespace events {
 
 using log_lines::log_parts;
 using log_lines::message;
-using log_lines::number;
 using output::print;
 
 namespace {
@@ -321,7 +320,7 @@ void message_line(const log_parts &log, const message &seen) {
     }
     open_line(seen.is_received ? "received" : "sent");
     output::text_member("time", log.time);
-    output::number_member("pid", number(log.pid));
+    output::number_member("pid", log.pid);
     output::number_member("id", seen.id);
     output::word_member("name", names::of_message(id).c_str());
     output::word_member(seen.is_received ? "from" : "to", seen.peer);
@@ -335,7 +334,7 @@ void message_line(const log_parts &log, const message &seen) {
 void log_line(std::string_view line) {
     const log_parts log = log_lines::split(line);
     message seen{};
-    if (log.is_whole && log_lines::find_message(log, seen))
+    if (log_lines::find_message(log, seen))
         return message_line(log, seen);
     if (is_for_people()) {
         print_heading("log", 0);
@@ -347,8 +346,8 @@ void log_line(std::string_view line) {
     open_line("log");
     output::text_member("time", log.time);
     output::word_member("program", log.program);
-    output::number_member("pid", number(log.pid));
-    output::number_member("level", number(log.level));
+    output::number_member("pid", log.pid);
+    output::number_member("level", log.level);
     output::text_member("text", log.words);
     close_line();
 }
