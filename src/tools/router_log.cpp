@@ -14,6 +14,7 @@
 #include "platform/host/files.h"
 #include "platform/host/places.h"
 #include "tools/last_batch.h"
+#include "tools/log_lines.h"
 #include "tools/router_state.h"
 #include "wan/flags.h"
 #include "wan/markers.h"
@@ -73,7 +74,7 @@ struct logged_overlap {
 };
 
 struct start_up {
-    text<32> identity; // of the process that is followed
+    int pid; // of the process that is followed
     bool is_complete = false;
 };
 
@@ -81,8 +82,11 @@ struct start_up {
 
 static void look_for_overlap(std::string_view line, void *context) {
     auto &last = *static_cast<logged_overlap *>(context);
-    const bool built_in = line.find("detect net segment v4 conflict!!!") != line.npos;
-    if (!built_in && line.find("relations4 ->") == line.npos)
+    // Behind the daemon's own beginning, so that no value that it quotes is taken for it.
+    const std::string_view said = log_lines::split(line).said;
+    const bool built_in = said.starts_with("detect net segment v4 conflict!!!");
+    constexpr size_t BEGINNING = 24; // a line's end, a tab, and the name
+    if (!built_in && said.substr(0, BEGINNING).find("lan_ipv4 ->") == said.npos)
         return;
     overlap seen{};
     seen.wan_index = -1;
@@ -119,11 +123,12 @@ bool find_logged_overlap(overlap &found, text<24> &time) {
 // Whether the process has begun its start-up, and ended it.
 static void follow_start_up(std::string_view line, void *context) {
     auto &start = *static_cast<start_up *>(context);
-    if (line.find(start.identity.c_str()) == line.npos)
+    const log_lines::log_parts log = log_lines::split(line);
+    if (log.pid != start.pid)
         return;
-    if (line.find("uplinkd_init start!") != line.npos)
+    if (log.said == "uplinkd_init start!")
         start.is_complete = false;
-    else if (line.find("uplinkd_init finish!") != line.npos)
+    else if (log.said == "uplinkd_init finish!")
         start.is_complete = true;
 }
 
@@ -131,8 +136,7 @@ daemon_state read_daemon() {
     daemon_state daemon{};
     daemon.pid = find_process("uplinkd");
     daemon.is_registered = is_bound(APP_ID_UPLINKD);
-    start_up start;
-    snprintf(start.identity.data(), sizeof start.identity.chars, " UPLINKD[%d] ", daemon.pid);
+    start_up start{.pid = daemon.pid};
     visit_log(follow_start_up, &start);
     if (daemon.pid == 0 || start.is_complete)
         return daemon;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include "guard/subnet_conflict.h"
 #include "platform/host/files.h"
@@ -104,8 +105,11 @@ bool is_process(int pid, const char *name) {
     char path[40];
     snprintf(path, sizeof path, "/proc/%d/comm", pid);
     const host::descriptor file(host::open_file(path, O_RDONLY));
+    struct stat status;
     char comm[20] = {};
-    if (file < 0 || read(file, comm, sizeof comm - 1) <= 0)
+    // Anybody may give a process any name; the daemon and its clients are root's.
+    if (file < 0 || fstat(file, &status) != 0 || status.st_uid != 0 ||
+        read(file, comm, sizeof comm - 1) <= 0)
         return false;
     comm[strcspn(comm, "\n")] = '\0';
     return strcmp(comm, name) == 0;

@@ -108,7 +108,7 @@ daemon_state read_daemon();
 // Whether somebody takes records for an application.
 bool is_bound(int app_id);
 
-// The first process of that name; 0 for none.
+// The first process of root's of that name; 0 for none.
 int find_process(const char *name);
 bool is_process(int pid, const char *name);
 

@@ -166,6 +166,19 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"for no in '' 1; do NO_COLOR=$no script -qec 'uplinkctl status' /dev/null | grep -c "
          "$(printf '\\033'); done; uplinkctl status | grep -c $(printf '\\033'); true",
          "[1-9]\n0\n0\n"},
+        // What was overlapped stands in the log, in the daemon's words, not in those that it
+        // quotes.
+        {"uplinkctl flag set UPLINKD_DETECT_WAN_NET_SEG_INVALID 1; say() { printf '2026-01-31 "
+         "00:00:0%d.000 UPLINKD[7] 0 [uplinkd] f--1: %s\\n' $1 \"$2\" >> " +
+             LOG +
+             "; }; say 1 '\\n\\tlan_ipv4 ->10.0.0.1, lan_netmask ->255.0.0.0,\\n\\twan_ipv4_addr "
+             "->10.0.0.2, wan_netmask ->255.0.0.0\\n\\trelations4 ->0'; say 2 'wan_mode_current "
+             "->lan_ipv4 ->1.1.1.1, detect net segment v4 conflict!!!';"
+             "uplinkctl explain | tail -n 3; uplinkctl flag set UPLINKD_DETECT_WAN_NET_SEG_INVALID "
+             "0; "
+             "rm " +
+             LOG,
+         " +2026-01-31 00:00:01.000\n +LAN +10.0.0.1/255.0.0.0\n +WAN +10.0.0.2/255.0.0.0\n"},
         {"devinfo wired_wan_ip_2 192.0.2.7 && devinfo DI_IFA_WIRED_WAN_IP_2; devinfo 262002",
          "(192\\.0\\.2\\.7\n){2}"},
         {"devinfo WAN_PRIORITY_2", USAGE},

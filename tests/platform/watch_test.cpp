@@ -84,6 +84,7 @@ TEST(Watch, SaysEachOfAThousandChangesASecondInItsPlace) {
         usleep(1000);
     }
     watcher::wait_for("\"new\":\"" + std::to_string(CHANGES) + "\"");
+    put_file(ITEMS + "201102.bak", "no item");
     int items = 0, lines = 0, wrong = 0;
     for (const std::string &event : running.stop()) {
         if (event.find("\"kind\":\"log\"") != std::string::npos) {

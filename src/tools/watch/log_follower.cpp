@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
@@ -12,6 +11,7 @@
 
 #include "platform/host/files.h"
 #include "platform/host/places.h"
+#include "tools/log_lines.h"
 #include "tools/watch/events.h"
 
 namespace log_follower {
@@ -60,10 +60,9 @@ bool fill() {
 }
 
 void note_start(std::string_view line) {
-    constexpr std::string_view PROGRAM = " UPLINKD[";
-    const size_t at = line.find(PROGRAM);
-    if (on_start != nullptr && at != line.npos && line.find("uplinkd_init start!") != line.npos)
-        on_start(static_cast<int>(strtol(&line[at + PROGRAM.size()], nullptr, 10)));
+    const log_lines::log_parts parts = log_lines::split(line);
+    if (on_start != nullptr && parts.said == "uplinkd_init start!")
+        on_start(parts.pid);
 }
 
 size_t count_lines() {

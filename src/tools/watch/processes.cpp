@@ -156,7 +156,7 @@ int find_shell() {
     host::name_reader reader(folder);
     while (const char *entry = host::next_name(reader)) {
         const int pid = to_int(entry);
-        if (pid > daemon && parent_of(pid) == daemon)
+        if (pid > 0 && parent_of(pid) == daemon)
             return pid;
     }
     return 0;
@@ -170,6 +170,13 @@ void begin() {
         follow_daemon(pid, "running");
     for (client_file &client : clients)
         read_client(client, false);
+}
+
+void read_all() {
+    if (const int pid = router::find_process("uplinkd"); pid != 0)
+        follow_daemon(pid, "started");
+    for (client_file &client : clients)
+        read_client(client, true);
 }
 
 void daemon_started(int pid) {

@@ -11,6 +11,9 @@ namespace processes {
 // What is running now.
 void begin();
 
+// Looks for all of them again, after events were lost.
+void read_all();
+
 // The daemon PID has started.
 void daemon_started(int pid);
 

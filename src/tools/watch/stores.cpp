@@ -12,6 +12,7 @@
 #include "platform/host/files.h"
 #include "platform/host/places.h"
 #include "platform/host/settings_file.h"
+#include "tools/cli.h"
 #include "tools/known_settings.h"
 #include "tools/names.h"
 #include "tools/watch/events.h"
@@ -57,7 +58,7 @@ struct flag {
     value_text value;
 } flags[] = {{SUBNET_CONFLICT_FLAG, {}}, {DOWNLINKD_FLAG, {}}};
 
-// Whether the last reading found a change that the arbitration may go by.
+// What was said last.
 arbitration_decision last_decision{-1, arbitration_rule::invalid_mode};
 arbitration_inputs last_inputs{};
 
@@ -201,7 +202,8 @@ void flag_changed(const char *name) {
 }
 
 void item_changed(const char *name, bool catching_up) {
-    item *const known = find_item(to_int(name));
+    int id = 0;
+    item *const known = cli::parse_decimal(name, id) ? find_item(id) : nullptr;
     if (known == nullptr)
         return;
     const identity before = known->file;

@@ -118,7 +118,9 @@ void deal_with_tmp(const inotify_event &event) {
 void deal_with(const inotify_event &event, bool catching_up) {
     if ((event.mask & IN_Q_OVERFLOW) != 0) {
         events::overflow();
+        look_at_files();
         stores::read_all();
+        processes::read_all();
         log_follower::follow_file();
         log_follower::catch_up();
         return;
