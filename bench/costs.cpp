@@ -82,7 +82,7 @@ static void operations() {
     compare(
         "cost batch_line",
         [] {
-            begin_batch("bench");
+            const batch commands("bench");
             for (int line = 0; line < BATCH_LINES; line++)
                 uplinkd_file_append_line(TMP_SCRIPT, "%s", BATCH_LINE);
         },

@@ -1,8 +1,10 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include "batch/generated_files.h"
 #include "batch/script_runner.h"
 #include "batch/shell_quote.h"
 #include "expect.h"
@@ -26,48 +28,102 @@ TEST(script_runner, writes_whole_lines_or_nothing) {
 
 // There is room for one page: no line is cut, and a script takes the place of the one before it.
 TEST(script_runner, makes_do_with_what_a_full_disk_has) {
-    ASSERT_EQ(mount("tmpfs", "/tmp", "tmpfs", 0, "size=4k"), 0);
+    ASSERT_EQ(mount("tmpfs", "/tmp", "tmpfs", 0, "size=4k,nr_inodes=20"), 0);
     EXPECT_EQ(uplinkd_file_append_line(FILE_PATH, "%s", std::string(4000, 'x').c_str()), 0);
     uplinkd_file_append_line(FILE_PATH, "rm -r /tmp/%s", std::string(90, 'y').c_str());
     EXPECT_EQ(file_text(FILE_PATH), std::string(4000, 'x') + "\n");
     EXPECT_EQ(write_script(FILE_PATH, "new"), 0);
     EXPECT_EQ(file_text(FILE_PATH), "new\n");
+    // Without any room: not after the commands of another batch either.
+    for (int i = 0; mkdir(("/tmp/" + std::to_string(i)).c_str(), 0700) == 0; i++)
+        ;
+    EXPECT_EQ(write_script(FILE_PATH, "newer"), 0);
+    EXPECT_EQ(file_text(FILE_PATH), "newer\n");
     umount2("/tmp", MNT_DETACH);
 }
 
-// What another user can put in the way: nothing of his is written, and nobody waits for him.
+// What another user can put in the way, of a file or of the folder that they lie in: nothing of his
+// is written or run, and nobody waits for him.
 TEST(script_runner, goes_past_what_lies_in_its_way) {
+    using put_at = void (*)(const fs::path &place);
     const struct {
-        const char *name;
-        void (*put)();
+        const char *what;
+        put_at put;
     } obstacles[] = {
-        {"symbolic link", [] { fs::create_symlink("/tmp/his", FILE_PATH); }},
-        {"dangling link", [] { fs::create_symlink("/tmp/new", FILE_PATH); }},
-        {"hard link", [] { fs::create_hard_link("/tmp/his", FILE_PATH); }},
-        {"pipe", [] { mkfifo(FILE_PATH, 0666); }},
-        {"folder", [] { fs::create_directory(FILE_PATH); }},
-        {"full folder", [] { fs::create_directories(std::string(FILE_PATH) + "/his"); }},
+        {"symbolic link", [](const auto &place) { fs::create_symlink("/tmp/his", place); }},
+        {"link to a folder", [](const auto &place) { fs::create_symlink("/tmp/room", place); }},
+        {"dangling link", [](const auto &place) { fs::create_symlink("/tmp/new", place); }},
+        {"hard link", [](const auto &place) { fs::create_hard_link("/tmp/his", place); }},
+        {"pipe", [](const auto &place) { mkfifo(place.c_str(), 0666); }},
+        {"folder", [](const auto &place) { fs::create_directory(place); }},
+        {"full folder", [](const auto &place) { fs::create_directories(place / "his"); }},
     };
     write_file("/tmp/his", "his\n");
     chmod("/tmp/his", 0755);
-    for (const auto &obstacle : obstacles)
-        for (const bool append : {false, true}) {
-            SCOPED_TRACE(obstacle.name);
-            obstacle.put();
-            alarm(10);
-            const int result = append ? uplinkd_file_append_line(FILE_PATH, "mine")
-                                      : uplinkd_file_truncate(FILE_PATH);
-            alarm(0);
-            EXPECT_EQ(file_text("/tmp/his"), "his\n");
-            EXPECT_FALSE(fs::exists("/tmp/new"));
-            EXPECT_EQ(result, append ? -1 : 0);
-            if (!append) {
-                EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(FILE_PATH)));
+    fs::create_directory("/tmp/room");
+    for (const auto &[what, put] : obstacles)
+        for (const char *place : {FILE_PATH, GENERATED_FOLDER})
+            for (const bool append : {false, true}) {
+                SCOPED_TRACE(std::string(what) + " at " + place);
+                fs::remove_all(FILE_PATH);
+                fs::remove_all(GENERATED_FOLDER);
+                put(place);
+                alarm(10);
+                EXPECT_EQ(append ? uplinkd_file_append_line(FILE_PATH, "mine")
+                                 : uplinkd_file_truncate(FILE_PATH),
+                          0);
+                alarm(0);
+                EXPECT_EQ(file_text("/tmp/his"), "his\n");
+                EXPECT_FALSE(fs::exists("/tmp/new"));
+                EXPECT_TRUE(fs::is_empty("/tmp/room"));
+                EXPECT_EQ(fs::read_symlink(FILE_PATH), ".uplinkd/file");
+                EXPECT_EQ(fs::symlink_status(GENERATED_FOLDER).permissions(), fs::perms{0700});
+                EXPECT_TRUE(fs::is_regular_file(FILE_PATH));
                 EXPECT_EQ(fs::status(FILE_PATH).permissions(), fs::perms{0644});
-                EXPECT_EQ(file_text(FILE_PATH), "");
+                EXPECT_EQ(file_text(FILE_PATH), append ? "mine\n" : "");
             }
-            fs::remove_all(FILE_PATH);
-        }
+}
+
+// The name of a pid file is freed by clients and scripts: whatever has been put there since goes
+// when the daemon comes by, and a live client's number stays.
+TEST(script_runner, takes_names_back) {
+    constexpr const char *BYTES = GENERATED_FOLDER "/file";
+    prepare_generated(FILE_PATH);
+    EXPECT_FALSE(fs::exists(FILE_PATH));
+    write_file(FILE_PATH, "7\n");
+    EXPECT_EQ(file_text(BYTES), "7\n");
+    reclaim_generated(FILE_PATH);
+    EXPECT_EQ(file_text(FILE_PATH), "7\n");
+    for (const bool is_planted : {false, true}) {
+        write_file(BYTES, "7\n");
+        fs::remove(FILE_PATH);
+        if (is_planted)
+            write_file(FILE_PATH, "-9 -1\n");
+        reclaim_generated(FILE_PATH);
+        EXPECT_EQ(fs::read_symlink(FILE_PATH), ".uplinkd/file");
+        EXPECT_FALSE(fs::exists(FILE_PATH));
+    }
+    fs::remove(FILE_PATH);
+    reclaim_generated(FILE_PATH); // of a client that never ran
+    EXPECT_FALSE(fs::is_symlink(FILE_PATH));
+}
+
+// Two daemons, of a restart that overlaps.
+TEST(script_runner, lets_one_process_at_a_time_build_a_batch) {
+    const pid_t other = fork();
+    const std::string line = other == 0 ? "other\n" : "one\n";
+    bool is_mixed = false;
+    for (int round = 0; round < 200; round++) {
+        batch commands("me");
+        for (int i = 0; i < 5; i++)
+            uplinkd_file_append_line(TMP_SCRIPT, "%s", line.substr(0, line.size() - 1).c_str());
+        is_mixed |= file_text(TMP_SCRIPT) != "# rewrite by me\n" + line + line + line + line + line;
+    }
+    if (other == 0)
+        _exit(is_mixed);
+    int status = -1;
+    waitpid(other, &status, 0);
+    EXPECT_FALSE(is_mixed || status != 0);
 }
 
 // A pppd that dies while the next batch is built still has to run its down scripts; who kept the

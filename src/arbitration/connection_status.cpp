@@ -35,7 +35,7 @@ struct wan_parameters {
 static mobile_parameters gather_mobile(const char *pdp_type) {
     mobile_parameters mobile;
     mobile.netstatus = item_text<2>(DI_IFA_MOBILE_NETSTATUS);
-    mobile.ifname = item_ifname_or<16>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_IFNAME.mobile);
+    mobile.ifname = item_ifname_or<16>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_MOBILE_IFNAME);
     if (is_ipv6_pdp_type(pdp_type))
         mobile.ipv6 = item_text<64>(DI_IFA_MOBILE_IPV6_IP);
     mobile.ipv4 = item_text<IPV4_TEXT_SIZE>(DI_IFA_MOBILE_IP);

@@ -51,8 +51,7 @@ static int open_unblocking() {
 // Writes without being ended by a pipe whose reader has gone. (Ignoring SIGPIPE for good would be
 // inherited by every client that is started.) Returns whether the console took all of it.
 static bool write_without_sigpipe(const char *data, size_t length) {
-    sigset_t sigpipe, previous;
-    sigemptyset(&sigpipe);
+    sigset_t sigpipe = {}, previous; // zeroes are the empty set in Linux
     sigaddset(&sigpipe, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &sigpipe, &previous);
     const int own = open_unblocking();

@@ -31,7 +31,7 @@ template <int N> text<N> item_text(int id) {
 }
 
 // A copy of TEXT, cut to the N - 1 characters that the buffer holds.
-template <int N> text<N> to_text(const char *source) {
+template <int N> constexpr text<N> to_text(const char *source) {
     text<N> copy;
     for (int i = 0; i < N - 1 && source[i] != '\0'; i++)
         copy.chars[i] = source[i];

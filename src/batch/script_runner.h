@@ -1,18 +1,17 @@
 // Batches: commands are gathered in one temporary script, which is then run once as root. The same
 // file operations write the client scripts and the PPP secrets.
 //
-// A batch: begin_batch, any number of lines appended to TMP_SCRIPT, then run_batch. Only one may be
-// built at a time; the handlers, which build them, never run concurrently.
+// A batch: a `batch`, any number of lines appended to TMP_SCRIPT, then run(). The handlers, which
+// build them, never run concurrently; another daemon, of a restart that overlaps, waits.
 //
-// Scripts lie where other users may write. Truncating one puts a new file in the place of whatever
-// lies there, a link, a FIFO, a folder, another user's file, or the old script, which a batch has
-// made writable for all. Appending to what is not this program's alone is refused. A script is
-// created 0644, less what the umask takes away, and keeps the execute bits of the script of this
-// program that it replaces. The secrets are 0600; SECRETS_FOLDER is root's own, so a link there is
-// followed, to a file of this program's user or a new one.
+// The scripts are generated files (generated_files.h), made 0644, less what the umask takes away,
+// and keep the mode that a batch has given them. The secrets are 0600; SECRETS_FOLDER is root's
+// own, so a link there is followed, to a file of this program's user or a new one.
 #pragma once
 
 #include <cstdarg>
+
+#include "batch/generated_files.h"
 
 inline constexpr const char *TMP_SCRIPT = "/tmp/.tmp_uplinkd_script";
 #define SECRETS_FOLDER "/etc/ppp/"
@@ -20,10 +19,16 @@ inline constexpr const char *TMP_SCRIPT = "/tmp/.tmp_uplinkd_script";
 // The longest line, or client script, that can be appended, its newline included, in bytes.
 inline constexpr int MAX_LINE_SIZE = 4096;
 
-// Empty the batch under a header that names OWNER, the function that builds it; run it in the same
-// name.
-void begin_batch(const char *owner);
-void run_batch(const char *owner);
+// A batch that is being built by OWNER, the function that it names in the header and at its end. As
+// long as it lives no other process builds or runs one.
+struct batch {
+    explicit batch(const char *owner);
+
+    void run();
+
+    const char *const owner;
+    const generated_files_lock lock;
+};
 
 // Empties the file, or creates it. Returns 0, or -1 if it cannot be opened.
 int uplinkd_file_truncate(const char *path);

@@ -11,6 +11,7 @@
 #include "platform/config_store.h"
 #include "platform/devinfo_store.h"
 #include "provision/wan_mode_script.h"
+#include "provision/wired_wan.h"
 #include "wan/modes.h"
 #include "wan/setting_keys.h"
 #include "wan/uplinks.h"
@@ -27,6 +28,7 @@ static void clear_ipv4_items(const uplink &wan) {
 }
 
 int uplinkd_pppoe_status_change_handler() {
+    reclaim_pid_files();
     const int wan_mode = get_CFG_int(USR_WAN_MODE);
     const int link_detection = get_CFG_int(USR_WAN_LINK_DETECT_SW);
     const text<12> ipmode = setting_text<12>(USR_WAN_IPMODE);

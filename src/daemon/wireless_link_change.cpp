@@ -20,7 +20,7 @@ static text<8> uplinkd_wlan_link_status_58g_buff UPLINKD_GUARDED_BY(uplinkd_hand
 namespace {
 
 struct wlan_band {
-    const char *name; // as log lines have it
+    char name[4]; // as log lines have it
     int wan_mode;
     const uplink &wan;
     text<8> *kept UPLINKD_PT_GUARDED_BY(uplinkd_handler_mutex);

@@ -20,25 +20,26 @@ struct subnet {
 };
 
 // What differs between the two sides, log texts included.
+// By their texts, because a pointer would cost a relocation.
 struct side {
     int first_bit;
-    const char *switch_key, *address_key, *netmask_key;
-    setting_key (*key_of)(const char *key, int idx); // only VLAN keys carry the index 0
-    const char *progress_prefix, *conflict_prefix;
+    bool has_index_0; // in its keys: only a VLAN's
+    text<28> switch_key, address_key, netmask_key;
+    char progress_prefix[4], conflict_prefix[4];
 };
 
 constexpr side LAN = {.first_bit = 0,
-                      .switch_key = USR_DHCP_SERVER_SW,
-                      .address_key = USR_DHCP_LAN_IP,
-                      .netmask_key = USR_DHCP_SUBNET_MASK,
-                      .key_of = key_of_index,
+                      .has_index_0 = false,
+                      .switch_key = to_text<28>(USR_DHCP_SERVER_SW),
+                      .address_key = to_text<28>(USR_DHCP_LAN_IP),
+                      .netmask_key = to_text<28>(USR_DHCP_SUBNET_MASK),
                       .progress_prefix = "",
                       .conflict_prefix = ""};
 constexpr side VLAN = {.first_bit = 16,
-                       .switch_key = SYS_VLAN_DHCP_SERVER_SW,
-                       .address_key = SYS_VLAN_DHCP_IP,
-                       .netmask_key = SYS_VLAN_DHCP_SUBNET_MASK,
-                       .key_of = always_indexed_key,
+                       .has_index_0 = true,
+                       .switch_key = to_text<28>(SYS_VLAN_DHCP_SERVER_SW),
+                       .address_key = to_text<28>(SYS_VLAN_DHCP_IP),
+                       .netmask_key = to_text<28>(SYS_VLAN_DHCP_SUBNET_MASK),
                        .progress_prefix = "v ",
                        .conflict_prefix = "v"};
 
@@ -52,10 +53,14 @@ static uint32_t enabled_subnets() {
     return lowest;
 }
 
+static setting_key key_of(const side &side, const text<28> &key, int idx) {
+    return side.has_index_0 ? always_indexed_key(key.c_str(), idx) : key_of_index(key.c_str(), idx);
+}
+
 static subnet read_subnet(const side &side, int idx) {
-    return {setting_text<2>(side.key_of(side.switch_key, idx).c_str()),
-            setting_text<32>(side.key_of(side.address_key, idx).c_str()),
-            setting_text<32>(side.key_of(side.netmask_key, idx).c_str())};
+    return {setting_text<2>(key_of(side, side.switch_key, idx).c_str()),
+            setting_text<32>(key_of(side, side.address_key, idx).c_str()),
+            setting_text<32>(key_of(side, side.netmask_key, idx).c_str())};
 }
 
 // The search both checks share; logs in their name. FOUND, if given, receives the index.

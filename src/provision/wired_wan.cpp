@@ -87,7 +87,7 @@ static void start_wan(const wired_wan &wan, log_site site = caller_site()) {
 }
 
 int uplinkd_process_wired_up(int) {
-    begin_batch(__func__);
+    batch commands(__func__);
     const int last_idx = uplinkd_cfg_get_wired_sub_port_num();
     uplinkd_dhcpc_kill_clients();
     uplinkd_ppp_kill_client();
@@ -97,13 +97,13 @@ int uplinkd_process_wired_up(int) {
         if (find_wan_to_start(wan))
             start_wan(wan);
     }
-    run_batch(__func__);
+    commands.run();
     UPLINKD_TRACE(LOG_ROUTINE, "finish process wired up");
     return 0;
 }
 
 int uplinkd_process_wired_down(int wan_mode) {
-    begin_batch(__func__);
+    batch commands(__func__);
     uplinkd_dhcpc_kill_clients();
     uplinkd_ppp_kill_client();
 
@@ -129,7 +129,13 @@ int uplinkd_process_wired_down(int wan_mode) {
             uplinkd_iface_clean_addrv4(ifname.c_str());
         uplinkd_iface_clean_global_addrv6(ifname.c_str());
     }
-    run_batch(__func__);
+    commands.run();
     UPLINKD_TRACE(LOG_ROUTINE, "finish process wired down");
     return 0;
+}
+
+void reclaim_pid_files() {
+    const generated_files_lock hold;
+    for (int idx = 0; is_wan_index(idx); idx++)
+        reclaim_generated(dhcp_client_fnames(UDHCPC6, idx, IPVER_V6).pid.c_str());
 }

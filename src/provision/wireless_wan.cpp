@@ -21,7 +21,7 @@
 static constexpr int BAND_INDEX = 0;
 
 int uplinkd_process_wlan_up(int wan_mode) {
-    begin_batch(__func__);
+    batch commands(__func__);
     uplinkd_dhcpc_kill_clients();
 
     wan_di_set set;
@@ -41,13 +41,13 @@ int uplinkd_process_wlan_up(int wan_mode) {
     if ((ip_version & IPVER_V6) != 0)
         uplinkd_dhcpcv6_start_on_iface(ifname.c_str(), BAND_INDEX,
                                        uplinkd_cfg_get_wired_ipmode_v6_by_idx(BAND_INDEX), &set);
-    run_batch(__func__);
+    commands.run();
     UPLINKD_TRACE(LOG_ROUTINE, "finish process wlan up");
     return 0;
 }
 
 int uplinkd_process_wlan_down(int wan_mode) {
-    begin_batch(__func__);
+    batch commands(__func__);
     uplinkd_dhcpc_kill_clients();
 
     wan_di_set set;
@@ -58,7 +58,7 @@ int uplinkd_process_wlan_down(int wan_mode) {
         uplinkd_iface_clean_global_addrv6(ifname.c_str());
     }
     uplinkd_cfg_clean_wan_di(&set);
-    run_batch(__func__);
+    commands.run();
     UPLINKD_TRACE(LOG_ROUTINE, "finish process wlan down");
     return 0;
 }

@@ -19,7 +19,8 @@ last_batch read_last_batch() {
     constexpr std::string_view BEGUN = "# rewrite by ", RUN = "# executed by ";
     static char bytes[64 * 1024];
     last_batch batch;
-    const host::descriptor file(host::open_regular(TMP_SCRIPT, O_RDONLY | O_NOFOLLOW));
+    const host::descriptor file(
+        host::open_regular(generated_path(TMP_SCRIPT).c_str(), O_RDONLY | O_NOFOLLOW));
     struct stat status;
     const ssize_t length = file < 0 ? 0 : read(file, bytes, sizeof bytes);
     if (length <= 0 || fstat(file, &status) != 0)

@@ -129,7 +129,10 @@ int find_process(const char *name) {
 }
 
 int read_pid_file(const char *path) {
-    const host::descriptor file(host::open_regular(path, O_RDONLY | O_NOFOLLOW));
+    if (!is_generated(path)) // of a command of somebody else's making
+        return 0;
+    const host::descriptor file(
+        host::open_regular(generated_path(path).c_str(), O_RDONLY | O_NOFOLLOW));
     char digits[16] = {};
     if (file < 0 || read(file, digits, sizeof digits - 1) <= 0)
         return 0;
@@ -169,7 +172,7 @@ static int id(uint32_t item) {
 static uplink_state read_mobile(missing_piece missing) {
     uplink_state mobile{};
     mobile.kind = uplink_kind::mobile;
-    mobile.ifname = item_ifname_or<IFNAMSIZ>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_IFNAME.mobile);
+    mobile.ifname = item_ifname_or<IFNAMSIZ>(DI_IFA_MOBILE_REAL_IFACE, DEFAULT_MOBILE_IFNAME);
     mobile.is_up = is_one(item_text<2>(DI_IFA_MOBILE_NETSTATUS));
     mobile.has_verdict = true;
     mobile.stored_verdict = plain_item<2>(DI_IFA_MOBILE_CONNSTATUS);

@@ -9,35 +9,34 @@
 #include "wan/wan_record.h"
 
 // The interfaces of the uplinks where no item names another.
-struct uplink_ifnames {
-    const char *wired, *wlan24, *wlan58, *mobile;
-};
-inline constexpr uplink_ifnames DEFAULT_IFNAME = {
-    .wired = "eth1", .wlan24 = "apcli0", .wlan58 = "apclii0", .mobile = "ccmni1"};
+#define DEFAULT_WIRED_IFNAME  "eth1"
+#define DEFAULT_WLAN24_IFNAME "apcli0"
+#define DEFAULT_WLAN58_IFNAME "apclii0"
+#define DEFAULT_MOBILE_IFNAME "ccmni1"
 
 // A WAN that a mode uses: the main wired WAN, or a wireless band.
 struct uplink {
-    const char *default_ifname;
-    const char *iface_type;
+    char default_ifname[8]; // not by pointers, each of which would cost a relocation
+    char iface_type[8];
     bool may_use_ppp; // "linkPPP" counts as an addressing mode
     wan_di_set items;
     int mac_id;        // item of the hardware address
     int connstatus_id; // item of the connection status
 };
 
-inline constexpr uplink WIRED_UPLINK = {.default_ifname = DEFAULT_IFNAME.wired,
+inline constexpr uplink WIRED_UPLINK = {.default_ifname = DEFAULT_WIRED_IFNAME,
                                         .iface_type = "wired",
                                         .may_use_ppp = true,
                                         .items = wired_record(0),
                                         .mac_id = DI_IFA_WIRED_WAN_MAC,
                                         .connstatus_id = DI_IFA_WIRED_WAN_CONNSTATUS};
-inline constexpr uplink WLAN24_UPLINK = {.default_ifname = DEFAULT_IFNAME.wlan24,
+inline constexpr uplink WLAN24_UPLINK = {.default_ifname = DEFAULT_WLAN24_IFNAME,
                                          .iface_type = "wifi2g",
                                          .may_use_ppp = false,
                                          .items = WLAN24_RECORD,
                                          .mac_id = DI_IFA_WLAN_WAN_MAC,
                                          .connstatus_id = DI_IFA_WLAN_WAN_CONNSTATUS};
-inline constexpr uplink WLAN58_UPLINK = {.default_ifname = DEFAULT_IFNAME.wlan58,
+inline constexpr uplink WLAN58_UPLINK = {.default_ifname = DEFAULT_WLAN58_IFNAME,
                                          .iface_type = "wifi5g",
                                          .may_use_ppp = false,
                                          .items = WLAN58_RECORD,

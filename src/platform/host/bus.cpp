@@ -47,7 +47,6 @@ constexpr size_t INBOX_SIZE = INBOX_SLOTS * sizeof(uplinkd_msg_t);
 constexpr size_t QUIET_RECORDS = 4;
 
 constexpr int LOCK_PATIENCE_MS = 1000;
-constexpr size_t HANDLER_STACK_SIZE = 512 * 1024;
 
 // A send, or a broadcast as a whole, waits this many milliseconds for full receivers: their sockets
 // hold a dozen records only, and a reader may not have had its turn yet. Who then is still full is
@@ -200,20 +199,15 @@ void *deliver_records(void *) {
 // ---- registering
 
 bool start_thread(void *(*run)(void *)) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    pthread_attr_setstacksize(&attributes, HANDLER_STACK_SIZE);
     pthread_t thread;
-    errno = pthread_create(&thread, &attributes, run, nullptr);
-    pthread_attr_destroy(&attributes);
-    return errno == 0;
+    errno = pthread_create(&thread, nullptr, run, nullptr);
+    return errno == 0 && pthread_detach(thread) == 0;
 }
 
 // Whether a running process has bound ADDRESS. What a killed one left behind refuses connections.
 bool is_owned(const sockaddr_un &address) {
     struct stat status = {};
-    if (lstat(address.sun_path, &status) != 0 || !S_ISSOCK(status.st_mode))
+    if (!host::look_at(address.sun_path, status) || !S_ISSOCK(status.st_mode))
         return false;
     const host::descriptor probe{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
     return probe < 0 || connect(probe, generic(address), sizeof address) == 0 ||

@@ -92,7 +92,7 @@ int above_standard(int opened) {
 
 bool is_file_at(int fd, const char *path) {
     struct stat opened = {}, named = {};
-    return fstat(fd, &opened) == 0 && lstat(path, &named) == 0 && opened.st_dev == named.st_dev &&
+    return fstat(fd, &opened) == 0 && look_at(path, named) && opened.st_dev == named.st_dev &&
            opened.st_ino == named.st_ino;
 }
 

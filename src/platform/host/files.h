@@ -5,7 +5,9 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <fcntl.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace host {
@@ -48,6 +50,11 @@ int open_regular(const char *path, int flags, unsigned mode = 0);
 // Moves a descriptor just opened out of the way of standard input, output and error, which a
 // process may have been started without; -1, the descriptor closed, where that fails.
 int above_standard(int opened);
+
+// What lies at PATH, links not followed.
+inline bool look_at(const char *path, struct stat &status) {
+    return fstatat(AT_FDCWD, path, &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
 
 // Whether PATH itself, not what it may link to, still names the open file FD.
 bool is_file_at(int fd, const char *path);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -46,7 +47,7 @@ unsigned own_pid_namespace() {
     if (known_namespace == 0) {
         const int saved = errno;
         struct stat status = {};
-        stat("/proc/self/ns/pid", &status);
+        fstatat(AT_FDCWD, "/proc/self/ns/pid", &status, 0);
         errno = saved;
         known_namespace = static_cast<unsigned>(status.st_ino);
     }

@@ -1,38 +1,21 @@
 // Actions on the system. A command gets an empty signal mask and the default behaviour of the
 // signals that end programs, whatever the caller inherited, so that it can be ended with a plain
-// killall. No started program inherits a descriptor of the layer.
+// killall. No started program inherits a descriptor of the layer. A command's shell ends with the
+// process that started it, what it has put into the background does not: whoever takes over from a
+// daemon that was killed is not to find half of a command still going on.
 #include "platform/system.h"
 
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 
 #include "platform/host/files.h"
+#include "platform/host/own_process.h"
 #include "platform/log.h"
 
 namespace {
-
-int spawn_shell(const char *command, pid_t &child) {
-    char shell[] = "sh", option[] = "-c";
-    char *const arguments[] = {shell, option, const_cast<char *>(command), nullptr};
-
-    sigset_t none, ordinary;
-    sigemptyset(&none);
-    sigemptyset(&ordinary);
-    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGCHLD})
-        sigaddset(&ordinary, number);
-
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &ordinary);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    const int error = posix_spawn(&child, "/bin/sh", nullptr, &attributes, arguments, environ);
-    posix_spawnattr_destroy(&attributes);
-    return error;
-}
 
 // Waits for CHILD and gives its wait status, or -1 where the kernel keeps none.
 int wait_for(pid_t child) {
@@ -44,13 +27,26 @@ int wait_for(pid_t child) {
     return ended == child ? status : -1;
 }
 
-void report_error(int report) {
-    const int error = errno;
-    host::write_all(report, {reinterpret_cast<const char *>(&error), sizeof error});
+// ---- in a child, which shares its parent's memory until it executes
+
+// Becomes a shell that ends with the PARENT, or gives the reason why it could not.
+int become_shell(const char *command, pid_t parent) {
+    char shell[] = "sh", option[] = "-c";
+    char *const arguments[] = {shell, option, const_cast<char *>(command), nullptr};
+
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+        return ECHILD; // too late for the wish
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGCHLD})
+        signal(number, SIG_DFL);
+    const sigset_t none = {}; // zeroes are the empty set in Linux
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    execvp("/bin/sh", arguments);
+    return errno;
 }
 
-// In the child: becomes `reboot` in a session of its own, or reports into REPORT why it could not.
-[[noreturn]] void become_reboot(int report) {
+// Becomes `reboot` in a session of its own, or gives the reason why it could not.
+int become_reboot() {
     setsid();
     const int nowhere = host::open_file("/dev/null", O_RDWR);
     for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; standard++)
@@ -59,48 +55,60 @@ void report_error(int report) {
     char program[] = "reboot";
     char *const arguments[] = {program, nullptr};
     execvp(program, arguments);
-    report_error(report);
-    _exit(127);
+    return errno;
+}
+
+// ---- in the parent, whose thread waits until the child has executed; the others go on
+
+// (posix_spawn can neither pass on the shell's wish nor make a grandchild.)
+// NOLINTBEGIN(clang-analyzer-security.insecureAPI.vfork,clang-analyzer-unix.Vfork)
+
+// Starts a shell and waits for its end. STATUS receives its wait status. Returns 0, or the reason
+// why there is no shell.
+int run_shell(const char *command, int &status) {
+    const pid_t parent = host::own_pid();
+    volatile int error = 0;
+    const pid_t child = vfork();
+    if (child == 0) {
+        error = become_shell(command, parent);
+        _exit(127);
+    }
+    if (child < 0)
+        return errno;
+    status = wait_for(child);
+    return error;
 }
 
 // Starts `reboot` as a child of init, so that nobody here has to wait for it. Returns 0 once it
 // runs or the reason why it does not.
 int start_reboot() {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
-        return errno;
-    const host::descriptor outcome{ends[0]};
-    host::descriptor report{ends[1]};
-
-    const pid_t child = fork();
-    if (child < 0)
-        return errno;
+    volatile int error = 0;
+    const pid_t child = vfork();
     if (child == 0) {
-        const pid_t grandchild = fork();
-        if (grandchild == 0)
-            become_reboot(report);
-        if (grandchild < 0)
-            report_error(report);
+        const pid_t grandchild = vfork();
+        if (grandchild <= 0)
+            error = grandchild == 0 ? become_reboot() : errno;
         _exit(0);
     }
-    report.reset(-1);
+    if (child < 0)
+        return errno;
     wait_for(child);
-
-    int error = 0;
-    return read(outcome, &error, sizeof error) == sizeof error ? error : 0;
+    return error;
 }
+
+// NOLINTEND(clang-analyzer-security.insecureAPI.vfork,clang-analyzer-unix.Vfork)
 
 } // namespace
 
 int system_by_root(const char *command) {
     if (command == nullptr || geteuid() != 0)
         return -1;
-    pid_t child = -1;
-    if (const int error = spawn_shell(command, child); error != 0) {
+    int status = -1;
+    if (const int error = run_shell(command, status); error != 0) {
         savelog(0, "cannot run the shell: %s", strerror(error));
         return -1;
     }
-    return wait_for(child);
+    return status;
 }
 
 int util_does_system_opt_reboot(const char *reason) {

@@ -1,10 +1,10 @@
 #include "provision/clients/client_files.h"
 
 #include <cstdio>
-#include <unistd.h>
 
 #include "base/log_forms.h"
 #include "base/text.h"
+#include "batch/generated_files.h"
 #include "batch/script_runner.h"
 #include "wan/modes.h"
 
@@ -100,10 +100,10 @@ int uplinkd_dhcpc_clean_unuse_files_by_idx(int idx) {
     }
     pid_fname fname;
     uplinkd_dhcpc_get_pid_fname_by_idx(fname.data(), fname.size(), UDHCPC, idx, IPVER_V4);
-    unlink(fname.c_str());
+    remove_generated(fname.c_str());
     fname = {};
     uplinkd_dhcpc_get_pid_fname_by_idx(fname.data(), fname.size(), UDHCPC6, idx, IPVER_V6);
-    unlink(fname.c_str());
+    remove_generated(fname.c_str());
     return 0;
 }
 
@@ -114,6 +114,6 @@ int uplinkd_ppp_clean_unuse_files_by_idx(int idx) {
     }
     pid_fname fname;
     uplinkd_ppp_get_pid_fname_by_idx(fname.data(), fname.size(), idx, PPPD);
-    unlink(fname.c_str());
+    remove_generated(fname.c_str());
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "base/log_forms.h"
 #include "base/messages.h"
 #include "base/text.h"
+#include "batch/generated_files.h"
 #include "batch/iface_commands.h"
 #include "batch/script_runner.h"
 #include "batch/shell_quote.h"
@@ -55,6 +56,7 @@ void uplinkd_dhcpcv4_run_client(const char *ifname, int idx, const wan_ipv4_ids 
     const dhcp_client_fnames fnames(UDHCPC, idx, IPVER_V4);
     uplinkd_dhcpcv4_write_script(fnames.script.c_str(), __func__, ids, APP_ID_UPLINKD,
                                  UPLINKD_MSG_ID_WAN_SETUP_COMPLETED);
+    prepare_generated(fnames.pid.c_str());
     uplinkd_file_append_line(TMP_SCRIPT, "%s -i %s -s %s -p %s >/dev/null 2>&1 &", UDHCPC,
                              shell_word(ifname).c_str(), fnames.script.c_str(), fnames.pid.c_str());
     UPLINKD_TRACE(LOG_ROUTINE, "finish run dhcp v4 client");

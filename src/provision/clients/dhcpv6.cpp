@@ -3,6 +3,7 @@
 #include "base/log_forms.h"
 #include "base/messages.h"
 #include "base/text.h"
+#include "batch/generated_files.h"
 #include "batch/script_runner.h"
 #include "batch/shell_quote.h"
 #include "provision/clients/client_files.h"
@@ -63,6 +64,7 @@ static void queue_ipv6_setting(const char *ifname, int value, const char *settin
 // OPTIONS, each with a blank before it, go before the request for DNS servers.
 static void queue_client(const char *ifname, const dhcp_client_fnames &fnames,
                          const char *options) {
+    prepare_generated(fnames.pid.c_str());
     uplinkd_file_append_line(TMP_SCRIPT, "%s -i %s -s %s -p %s%s -O 23 >/dev/null 2>&1 &", UDHCPC6,
                              shell_word(ifname).c_str(), fnames.script.c_str(), fnames.pid.c_str(),
                              options);

@@ -4,6 +4,7 @@
 
 #include "base/log_forms.h"
 #include "base/messages.h"
+#include "batch/generated_files.h"
 #include "batch/script_runner.h"
 #include "batch/shell_quote.h"
 #include "provision/clients/client_files.h"
@@ -85,6 +86,7 @@ int uplinkd_ppp_write_ipv6_up_script(const char *path, const char *dhcp_script,
                                      const char *dhcp_pid_fname, const char *writer) {
     if (path == nullptr || dhcp_script == nullptr || dhcp_pid_fname == nullptr || writer == nullptr)
         return -1;
+    prepare_generated(dhcp_pid_fname);
     write_client_script(path, PPP_IPV6_UP_SCRIPT, writer, UDHCPC6, dhcp_script, dhcp_pid_fname);
     return 0;
 }
@@ -126,6 +128,7 @@ int uplinkd_ppp_add_user_and_pwd_2_secret(const ppp_cfg_set *cfg) {
 int uplinkd_ppp_run_client(const char *ifname, const ppp_cfg_set *cfg, int idx) {
     if (ifname == nullptr || cfg == nullptr)
         return -1;
+    prepare_generated(cfg->pid_fname.c_str());
     return uplinkd_file_append_line(
         TMP_SCRIPT, PPPD_START, PPPD, PPPOE, shell_word_in_double_quotes(ifname).c_str(),
         idx + FIRST_UNIT, cfg->ppp_mtu, cfg->ppp_mru, shell_word(cfg->ppp_user.c_str()).c_str(),

@@ -19,8 +19,6 @@ namespace processes {
 
 namespace {
 
-constexpr const char *TMP_FOLDER = "/tmp/";
-
 // Close-on-exec always.
 int open_process(int pid) {
     return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
@@ -184,9 +182,8 @@ void daemon_started(int pid) {
 }
 
 void file_changed(const char *name) {
-    const size_t folder = strlen(TMP_FOLDER);
     for (client_file &client : clients)
-        if (strcmp(client.path.c_str() + folder, name) == 0)
+        if (strcmp(generated_name(client.path.c_str()), name) == 0)
             read_client(client, true);
 }
 

@@ -32,7 +32,7 @@ namespace {
 
 constexpr uint32_t REPLACED = IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE;
 
-enum place { ITEMS, FLAGS, SETTINGS, LOG, TMP, SCRIPT, PLACES };
+enum place { ITEMS, FLAGS, SETTINGS, LOG, TMP, GENERATED, SCRIPT, PLACES };
 
 constexpr struct {
     const char *folder;
@@ -43,7 +43,8 @@ constexpr struct {
     {host::FLAG_FOLDER, REPLACED, true},
     {host::SETTINGS_FOLDER, REPLACED, true},
     {host::LOG_FOLDER, IN_MODIFY | IN_CREATE | IN_MOVED_TO, true},
-    {"/tmp", REPLACED | IN_CREATE | IN_ATTRIB, false},
+    {"/tmp", REPLACED | IN_CREATE, false},
+    {GENERATED_FOLDER, REPLACED | IN_ATTRIB, false},
     {"/etc/ebscript", REPLACED | IN_CREATE, false}, // a router may do without
 };
 
@@ -60,18 +61,22 @@ constexpr const char *file_name(const char *path) {
     return name;
 }
 
+bool watch_folder(int place) {
+    const auto &[folder, events, is_ours] = WATCHED[place];
+    if (is_ours)
+        host::make_folders(folder);
+    watches[place] = inotify_add_watch(queue, folder, events | IN_ONLYDIR | IN_EXCL_UNLINK);
+    return watches[place] >= 0;
+}
+
 int watch_folders() {
     queue = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
     if (queue < 0)
         return cli::failure("cannot watch: %s", strerror(errno));
-    for (int i = 0; i < PLACES; i++) {
-        const auto &[folder, events, is_ours] = WATCHED[i];
-        if (is_ours)
-            host::make_folders(folder);
-        watches[i] = inotify_add_watch(queue, folder, events | IN_ONLYDIR | IN_EXCL_UNLINK);
-        if (watches[i] < 0 && i != SCRIPT)
-            return cli::failure("cannot watch %s: %s", folder, strerror(errno));
-    }
+    mkdir(GENERATED_FOLDER, 0700); // as the daemon makes it; where it cannot, it is told later
+    for (int i = 0; i < PLACES; i++)
+        if (!watch_folder(i) && i != SCRIPT && i != GENERATED)
+            return cli::failure("cannot watch %s: %s", WATCHED[i].folder, strerror(errno));
     return cli::DONE;
 }
 
@@ -105,14 +110,17 @@ place place_of(int watch) {
 }
 
 void deal_with_tmp(const inotify_event &event) {
-    if (strcmp(event.name, file_name(TMP_SCRIPT)) == 0) {
-        if ((event.mask & IN_ATTRIB) != 0)
-            processes::batch_run();
-    } else if (strcmp(event.name, file_name(SETTINGSD_MARKER)) == 0) {
+    if (strcmp(event.name, file_name(SETTINGSD_MARKER)) == 0)
         look_at_files();
-    } else if ((event.mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0) {
+    else if (strcmp(event.name, file_name(GENERATED_FOLDER)) == 0)
+        watch_folder(GENERATED); // another one
+}
+
+void deal_with_generated(const inotify_event &event) {
+    if (strcmp(event.name, file_name(TMP_SCRIPT)) != 0)
         processes::file_changed(event.name);
-    }
+    else if ((event.mask & IN_ATTRIB) != 0)
+        processes::batch_run();
 }
 
 void deal_with(const inotify_event &event, bool catching_up) {
@@ -141,6 +149,7 @@ void deal_with(const inotify_event &event, bool catching_up) {
             log_follower::follow_file();
         break;
     case TMP: deal_with_tmp(event); break;
+    case GENERATED: deal_with_generated(event); break;
     case SCRIPT: look_at_files(); break;
     case PLACES: break;
     }
