@@ -54,6 +54,23 @@ TEST(Log, TheLevelIsASetting) {
     }
 }
 
+// What a full disk has no room for is missing, but no line is cut.
+TEST(Log, ALineThatDoesNotFitIsLostWhole) {
+    constexpr int ROOM = 64 * 1024;
+    const std::string options = "size=" + std::to_string(ROOM);
+    ASSERT_EQ(mount("tmpfs", "/var/log", "tmpfs", 0, options.c_str()), 0);
+    const std::string long_text(600, 'x');
+    for (int i = 0; i < ROOM / 300; i++)
+        savelog(0, i % 2 == 0 ? "%s" : "short", long_text.c_str());
+    const std::string lines = file_text(LOG);
+    EXPECT_GT(lines.size(), ROOM - 4096);
+    EXPECT_TRUE(std::regex_match(lines, std::regex("([\\d-]{10} [^\n]* 0 (x{600}|short)\n)+")));
+    ASSERT_EQ(mount("", "/var/log", "", MS_REMOUNT, "size=128k"), 0);
+    savelog(0, "again");
+    EXPECT_TRUE(
+        std::regex_match(file_text(LOG).substr(lines.size()), std::regex("[^\\n]* 0 again\n")));
+}
+
 // The log stays open, and yet whatever happens at its path counts from the next line on.
 TEST(Log, TheFileAtThePathIsTheLog) {
     put_file("/etc/bait", "");

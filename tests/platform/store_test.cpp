@@ -3,7 +3,9 @@
 #include <climits>
 #include <csignal>
 #include <fcntl.h>
+#include <regex>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include "host_test.h"
@@ -45,6 +47,32 @@ static std::string own_spare_file() {
     struct stat status = {};
     EXPECT_EQ(stat("/proc/self/ns/pid", &status), 0);
     return ".new-" + std::to_string(status.st_ino) + "-" + std::to_string(gettid());
+}
+
+// However many values are lost, the log says so once, and once when it is over.
+TEST(Items, AFullDiskIsSaidOnceAndItsEnd) {
+    ASSERT_EQ(mount("tmpfs", "/run", "tmpfs", 0, "nr_inodes=20"), 0);
+    const auto filler = [](int i) { return "/run/" + std::to_string(i); };
+    for (int round = 0; round < 2; round++) {
+        std::filesystem::remove(LOG);
+        EXPECT_EQ(set_devinfo_value_by_id(1, "old", 3), 0);
+        int fillers = 0;
+        while (mkdir(filler(fillers).c_str(), 0700) == 0)
+            fillers++;
+        for (int id = 1; id < 9; id++) {
+            EXPECT_EQ(set_devinfo_value_by_id(id, "new", 3), -1) << id;
+            EXPECT_EQ(set_devinfo_value_by_id(9, "", 1), 0); // needs no room, and ends nothing
+        }
+        EXPECT_EQ(text_of(get_devinfo_value_by_id, 1), "old");
+        while (fillers > 0)
+            rmdir(filler(--fillers).c_str());
+        EXPECT_EQ(set_devinfo_value_by_id(1, "old", 3), 0);
+        EXPECT_EQ(set_devinfo_value_by_id(1, "old", 3), 0);
+        const std::regex SAID(
+            "[^\n]* 0 cannot store /run/uplinkd/items/1: No space left on device\n"
+            "[^\n]* 0 can store in /run/uplinkd/items again\n");
+        EXPECT_TRUE(std::regex_match(file_text(LOG), SAID)) << file_text(LOG);
+    }
 }
 
 // Every kind of thing that is no value reads as none, at once, and a write replaces what it can.

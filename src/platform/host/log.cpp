@@ -102,7 +102,7 @@ bool is_log_open(off_t &size) UPLINKD_REQUIRES(ends.lock) {
     if (fstat(ends.file, &open) != 0 || !is_opened_file(open))
         ends.file = -1;
     size = open.st_size;
-    return ends.file >= 0 && lstat(host::LOG_FILE, &named) == 0 && is_opened_file(named);
+    return ends.file >= 0 && host::look_at(host::LOG_FILE, named) && is_opened_file(named);
 }
 
 // Two processes may find the file full at once: the lock and the second look keep the slower one
@@ -110,6 +110,16 @@ bool is_log_open(off_t &size) UPLINKD_REQUIRES(ends.lock) {
 void rotate() UPLINKD_REQUIRES(ends.lock) {
     if (flock(ends.file, LOCK_EX | LOCK_NB) == 0 && host::is_file_at(ends.file, host::LOG_FILE))
         rename(host::LOG_FILE, host::OLD_LOG_FILE);
+}
+
+// What a full disk has no room for is taken back, unless another process has got some in between.
+void append_whole(std::string_view line) UPLINKD_REQUIRES(ends.lock) {
+    const ssize_t written = write(ends.file, line.data(), line.size());
+    if (written <= 0 || written == static_cast<ssize_t>(line.size()))
+        return;
+    const off_t end = lseek(ends.file, 0, SEEK_CUR);
+    if (lseek(ends.file, 0, SEEK_END) == end) [[maybe_unused]]
+        const int undone = ftruncate(ends.file, end - written);
 }
 
 void log_to_file(std::string_view line) UPLINKD_REQUIRES(ends.lock) {
@@ -123,7 +133,7 @@ void log_to_file(std::string_view line) UPLINKD_REQUIRES(ends.lock) {
         open_log_anew();
     }
     if (ends.file >= 0)
-        host::write_all(ends.file, line);
+        append_whole(line);
 }
 
 int severity(int level) {

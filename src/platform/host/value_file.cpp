@@ -121,9 +121,15 @@ int write_value(value_folder &folder, const char *name, std::string_view value) 
                              : replace_value(folder, path.data(), value);
     };
     // A new thread's spare file may be taken for that of its number's last owner, and be removed.
-    if (store() || (errno == ENOENT && store()))
+    if (store() || (errno == ENOENT && store())) {
+        // What is removed needs no room.
+        if (!value.empty() && folder.is_failing.exchange(false))
+            savelog(0, "can store in %s again", folder.path);
         return 0;
-    savelog(0, "cannot store %s: %s", path.data(), strerror(errno));
+    }
+    // A folder in the place of one value says nothing about the others.
+    if (errno == EISDIR || !folder.is_failing.exchange(true))
+        savelog(0, "cannot store %s: %s", path.data(), strerror(errno));
     return -1;
 }
 

@@ -14,8 +14,9 @@ namespace host {
 
 struct value_folder {
     const char *path;
-    std::atomic<pid_t> known_to = 0;     // the process that has written there before
-    std::atomic<bool> needs_mode = true; // as its umask, at that first write, takes bits away
+    std::atomic<pid_t> known_to = 0;      // the process that has written there before
+    std::atomic<bool> needs_mode = true;  // as its umask, at that first write, takes bits away
+    std::atomic<bool> is_failing = false; // since the log was told
 };
 
 // Reads the value of NAME into BUFFER (SIZE bytes), cut to fit; the empty text when there is none.
@@ -23,8 +24,8 @@ struct value_folder {
 // was nothing to read.
 int read_value(const value_folder &folder, const char *name, char *buffer, int size);
 
-// Stores VALUE; the empty text removes the file. Returns 0, or -1, logged, with the old value in
-// place.
+// Stores VALUE; the empty text removes the file. Returns 0, or -1 with the old value in place. That
+// is logged once in a row of such failures, and once more at its end.
 int write_value(value_folder &folder, const char *name, std::string_view value);
 
 } // namespace host
