@@ -54,8 +54,10 @@ TEST(System, RebootsWithWhatIsOnThePath) {
     setenv("PATH", "/tmp/none:/tmp/bin", 1);
     EXPECT_EQ(util_does_system_opt_reboot("test"), 0);
     EXPECT_EQ(file_text("/tmp/asked"), "0\n");
+#if !defined(__SANITIZE_THREAD__) // which makes a fork of vfork, from which no reason comes back
     setenv("PATH", "/tmp/none", 1);
     EXPECT_EQ(util_does_system_opt_reboot("test"), -1);
+#endif
 }
 
 // All networks among sixteen addresses, as bit sets of their members; non-contiguous masks too.
