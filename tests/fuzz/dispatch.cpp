@@ -68,6 +68,11 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         if (seconds == 1) // the notice timer: it never gets to its end
             pause();
     };
+    const std::string port = std::to_string(input.ConsumeIntegralInRange(0, 1));
+    memory::items = {{std::to_string(DI_PORT_STATUS_LIST), "0,0,0," + port}};
+    memory::settings = {
+        {USR_WAN_MODE, std::to_string(input.ConsumeIntegralInRange(0, 8))},
+        {USR_WAN_COMMUNICATION_PRIORITY_STRATEGY, input.ConsumeBool() ? "0" : "1"}};
     for (int i = 0; i < 60 && input.remaining_bytes() > 0; i++) {
         const std::string idx = "_" + std::to_string(input.ConsumeIntegralInRange(0, 9));
         switch (input.ConsumeIntegralInRange(0, 4)) {
@@ -107,7 +112,5 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         }
         }
     }
-    memory::settings.clear();
-    memory::items.clear();
     return 0;
 }
