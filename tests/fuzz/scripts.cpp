@@ -435,7 +435,8 @@ static void start_wan(FuzzedDataProvider &input, int idx, calls &expected,
             make_executable(script + wan);
         expected.push_back(pppd);
         expected.push_back({"pppoe", "-I", name, "-T", "80", "-U", "-m", "1412"});
-        changes["/tmp/.pppd" + wan + "_ppp.pid"] = "*";
+        for (const char *folder : {"/tmp/", "/tmp/.uplinkd/"})
+            changes[folder + (".pppd" + wan + "_ppp.pid")] = "*";
         return;
     }
     if (version == "ipv4" || version == "ipv4v6") {
