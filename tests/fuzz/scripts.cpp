@@ -23,37 +23,42 @@ namespace fs = std::filesystem;
 using words = std::vector<std::string>;
 using texts = std::map<std::string, std::string>;
 
-static const std::string STUBS = "/run/stub/", WORK = "/run/work", SCRIPT = "/tmp/script";
+static const std::string STUBS = "/run/stubs", WORK = "/run/work", SCRIPT = "/tmp/script";
 static const std::string BATCH = "/tmp/.tmp_uplinkd_script", CONF = "/proc/sys/net/ipv6/conf/";
 
-static constexpr const char *STUB = R"(#!/bin/busybox sh
-name=${0#/run/stub/}
-if [ "$name" = pppd ]; then pty=$2; shift 2; fi
-printf '%s\0' $# "$name" "$@" >&9
-case $name,$3 in
-pppd,*) exec /bin/busybox sh -c "$pty" ;; # as pppd does
-ip6tables,-C) exit "$rule" ;;
-cat,*) printf '%s\n' "$pid" ;;
-awk,*2*) printf '%s\n' "$listed" ;;
-awk,*) printf '%s\n' "$gateway" ;;
-addr_format,*) printf '%s\n' "$form" ;;
-devinfo,*) printf '%s\n' "$item" ;;
-esac
+// As functions, so that a run takes milliseconds, and so that kill is not the shell's own.
+static constexpr const char *STUB = R"(
+stub() {
+    local name=$1 pty
+    shift
+    if [ "$name" = pppd ]; then pty=$2; shift 2; fi
+    printf '%s\0' $# "$name" "$@" >&9
+    case $name,$3 in
+    pppd,*) (eval "$pty") ;; # pppd has a shell for that, too
+    ip6tables,-C) return "$rule" ;;
+    cat,*) printf '%s\n' "$pid" ;;
+    awk,*2*) printf '%s\n' "$listed" ;;
+    awk,*) printf '%s\n' "$gateway" ;;
+    addr_format,*) printf '%s\n' "$form" ;;
+    devinfo,*) printf '%s\n' "$item" ;;
+    esac
+}
 )";
 
 static bool prepare() {
-    fs::create_directories(STUBS);
     fs::create_directories(WORK);
     for (const char *name : {"a", "b c", "-d", "\\*"})
         put_file(WORK + "/" + name, "");
-    put_file(STUBS + "stub", STUB);
-    chmod((STUBS + "stub").c_str(), 0755);
-    for (const char *name :
+    std::string stubs = STUB;
+    for (const std::string name :
          {"addr_format", "awk", "cat", "chmod", "devinfo", "grep", "ip", "ip6tables", "kill",
           "killall", "pppd", "pppoe", "rm", "sleep", "sockmsg_send", "touch", "udhcpc", "udhcpc6"})
-        fs::create_symlink("stub", STUBS + name);
+        stubs += name + "() { stub " + name + " \"$@\"; }\n";
+    put_file(STUBS, stubs);
+    put_file("/run/ip", "#!/bin/busybox sh\n. " + STUBS + "\nstub /sbin/ip \"$@\"\n");
+    chmod("/run/ip", 0755);
     if (mount("tmpfs", CONF.c_str(), "tmpfs", 0, "") == 0 &&
-        mount((STUBS + "stub").c_str(), "/sbin/ip", nullptr, MS_BIND, nullptr) == 0)
+        mount("/run/ip", "/sbin/ip", nullptr, MS_BIND, nullptr) == 0)
         return true;
     printf("SKIPPED: /sbin/ip or %s cannot be replaced here\n", CONF.c_str());
     exit(EXIT_SKIPPED);
@@ -69,7 +74,7 @@ static words fields(std::string value) {
     fs::current_path(WORK);
     for (std::string word; std::getline(stream, word, ' ');) {
         glob_t matches{};
-        if (word.find_first_of("*?[\\") != word.npos &&
+        if (word.find_first_of("*?[") != word.npos &&
             glob(word.c_str(), 0, nullptr, &matches) == 0)
             found.insert(found.end(), matches.gl_pathv, matches.gl_pathv + matches.gl_pathc);
         else if (!word.empty())
@@ -109,16 +114,15 @@ static std::vector<words> calls_of(const std::string &lines, texts &values) {
 }
 
 static std::vector<words> run(const std::string &script, const std::string &event, texts values) {
-    // The function stands in the place of the shell's own command.
-    static constexpr const char *COMMAND = "kill() { /run/stub/kill \"$@\"; }; . \"$0\"";
-    words variables = {"PATH=/run/stub"};
+    const std::string command = ". " + STUBS + "; . \"$0\"";
+    words variables = {"PATH=/none"};
     for (const auto &[name, value] : values)
         variables.push_back(name + "=" + value);
     std::vector<const char *> environment;
     for (const std::string &variable : variables)
         environment.push_back(variable.c_str());
     std::istringstream records(
-        output_of(9, {COMMAND, script.c_str(), event.c_str()}, environment, WORK.c_str()));
+        output_of(9, {command.c_str(), script.c_str(), event.c_str()}, environment, WORK.c_str()));
     std::vector<words> calls;
     for (std::string count; std::getline(records, count, '\0');)
         for (std::string &word : calls.emplace_back(std::stoul(count) + 1))
@@ -332,7 +336,7 @@ static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, texts &c
     const auto set = [&](const char *key, const std::string &value) {
         return memory::settings[key + end] = value;
     };
-    texts in = {{"name", take_hostile(input)}};
+    texts in = {{"name", input.ConsumeBool() ? take_ifname(input) : take_hostile(input)}};
     in["ip"] = set("USR_WAN_IPADDR_V4", take_hostile(input).substr(0, 31));
     in["mask"] = set("USR_WAN_SUBMASK_V4", take_hostile(input).substr(0, 31));
     in["user"] = set("USR_WAN_PPPOE_USERNAME", take_hostile(input).substr(0, 31));
@@ -341,7 +345,7 @@ static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, texts &c
         set("USR_WAN_IPMODE", input.PickValueInArray({"dhcp", "Static", "linkppp", "none"}));
     const std::string version =
         set("USR_WAN_IPVERSION", input.PickValueInArray({"ipv4", "IPv6", "ipv4v6", "?"}));
-    const std::string mode6 = set("USR_WAN_V6_IPMODE", std::to_string(take_number(input, -1, 6)));
+    const std::string mode6 = set("USR_WAN_V6_IPMODE", std::to_string(take_number(input, 0, 3)));
     std::string mtu = set("USR_WAN_MTU", std::to_string(take_number(input, -1, 1500))), calls;
     const std::string conf = CONF + in["name"], script6 = "/tmp/.udhcpc6_v6" + wan + ".script";
     memory::items[std::to_string(wired_item(DI_IFA_WIRED_WAN_REAL_IFACE, idx))] = in["name"];

@@ -112,7 +112,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (input.ConsumeBool()) // a key of the file
         key = text.substr(start, text.find('=', start) - start);
     // A place near the key comes to where a read ends, or the largest file.
-    const size_t end = input.PickValueInArray<size_t>({0, 16 * 1024, 32 * 1024, LARGEST});
+    const size_t end = input.PickValueInArray<size_t>({0, 0, 0, 0, 16384, 32768, LARGEST});
     start += input.ConsumeIntegralInRange<size_t>(0, 40);
     if (end > 0)
         text = "#" + std::string(end - start - 2, '-') + "\n" + text;
