@@ -6,166 +6,78 @@
 // arguments, of its own choice, of the command that it belongs to, and no more; never a command, a
 // redirection or an argument of another one. That is the model here. The clients leave less: udhcpc
 // and udhcpc6 write addresses from numbers, and pppd takes its names from the kernel.
-#include <algorithm>
-#include <fcntl.h>
 #include <filesystem>
 #include <glob.h>
 #include <map>
 #include <sstream>
-#include <sys/mount.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 
-#include "fuzz.h"
 #include "memory_platform.h"
 #include "provision/clients/dhcpv4.h"
 #include "provision/clients/dhcpv6.h"
 #include "provision/clients/ppp.h"
 #include "provision/wired_wan.h"
-#include "sandbox.h"
+#include "shell.h"
 #include "wan/items.h"
 
 namespace fs = std::filesystem;
 using words = std::vector<std::string>;
-using calls = std::vector<words>;
+using texts = std::map<std::string, std::string>;
 
-static const std::string STUBS = "/run/stub/", WORK = "/run/work", SCRIPT = "/tmp/script";
+static const std::string STUBS = "/run/stubs", WORK = "/run/work", SCRIPT = "/tmp/script";
 static const std::string BATCH = "/tmp/.tmp_uplinkd_script", CONF = "/proc/sys/net/ipv6/conf/";
 
-static constexpr const char *STUB = R"(#!/bin/busybox sh
-name=${0#/run/stub/}
-if [ "$name" = pppd ]; then pty=$2; shift 2; fi
-printf '%s\0' $# "$name" "$@" >&9
-case $name,$3 in
-pppd,*) exec /bin/busybox sh -c "$pty" ;; # as pppd does
-ip6tables,-C) exit "$STUB_RULE" ;;
-cat,*) printf '%s\n' "$STUB_PID" ;;
-awk,*2*) printf '%s\n' "$STUB_ADDRESS" ;;
-awk,*) printf '%s\n' "$STUB_GATEWAY" ;;
-addr_format,*) printf '%s\n' "$STUB_FORM" ;;
-devinfo,*) printf '%s\n' "$STUB_ITEM" ;;
-esac
+// As functions, so that a run takes milliseconds, and so that kill is not the shell's own.
+static constexpr const char *STUB = R"(
+stub() {
+    local name=$1 pty
+    shift
+    if [ "$name" = pppd ]; then pty=$2; shift 2; fi
+    printf '%s\0' $# "$name" "$@" >&9
+    case $name,$3 in
+    pppd,*) (eval "$pty") ;; # pppd has a shell for that, too
+    ip6tables,-C) return "$rule" ;;
+    cat,*) printf '%s\n' "$pid" ;;
+    awk,*2*) printf '%s\n' "$listed" ;;
+    awk,*) printf '%s\n' "$gateway" ;;
+    addr_format,*) printf '%s\n' "$form" ;;
+    devinfo,*) printf '%s\n' "$item" ;;
+    esac
+}
 )";
 
-static void prepare() {
-    fs::create_directories(STUBS);
+static bool prepare() {
     fs::create_directories(WORK);
     for (const char *name : {"a", "b c", "-d", "\\*"})
         put_file(WORK + "/" + name, "");
-    put_file(STUBS + "stub", STUB);
-    chmod((STUBS + "stub").c_str(), 0755);
-    for (const char *name : {"addr_format", "awk", "cat", "chmod", "devinfo", "grep", "ifconfig",
-                             "ip", "ip6tables", "kill", "killall", "pppd", "pppoe", "rm", "sleep",
-                             "sockmsg_send", "touch", "udhcpc", "udhcpc6"})
-        fs::create_symlink("stub", STUBS + name);
-    if (mount("tmpfs", CONF.c_str(), "tmpfs", 0, "") != 0 ||
-        mount((STUBS + "stub").c_str(), "/sbin/ip", nullptr, MS_BIND, nullptr) != 0) {
-        printf("SKIPPED: /sbin/ip or %s cannot be replaced in a sandbox\n", CONF.c_str());
-        exit(EXIT_SKIPPED);
-    }
-}
-
-// Every file that a script could make in the sandbox.
-static std::map<std::string, std::string> files() {
-    std::map<std::string, std::string> all;
-    for (const std::string folder : {"/tmp", "/etc", "/run", "/var/log", CONF.c_str()})
-        for (const auto &file : fs::recursive_directory_iterator(folder))
-            all[file.path()] = file.is_regular_file() ? file_text(file.path()) : "";
-    return all;
-}
-
-// Runs the script, with the function in the place of the shell's own kill.
-static calls run(const std::string &script, const std::string &argument, words environment) {
-    static constexpr const char *SHELL = "kill() { /run/stub/kill \"$@\"; }; . \"$0\"";
-    environment.push_back("PATH=/run/stub");
-    std::vector<char *> variables;
-    for (std::string &variable : environment)
-        variables.push_back(variable.data());
-    variables.push_back(nullptr);
-    int ends[2];
-    DEMAND(pipe2(ends, O_CLOEXEC) == 0);
-    const pid_t shell = vfork();
-    if (shell == 0) {
-        const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-        for (int fd = 0; fd < 3; fd++)
-            dup2(null, fd);
-        dup2(ends[1], 9);
-        if (chdir(WORK.c_str()) == 0)
-            execle("/bin/busybox", "sh", "-c", SHELL, script.c_str(), argument.c_str(), nullptr,
-                   variables.data());
-        _exit(127);
-    }
-    close(ends[1]);
-    std::string output;
-    char bytes[4096];
-    for (ssize_t length; (length = TEMP_FAILURE_RETRY(read(ends[0], bytes, sizeof bytes))) > 0;)
-        output.append(bytes, static_cast<size_t>(length));
-    close(ends[0]);
-    TEMP_FAILURE_RETRY(waitpid(shell, nullptr, 0));
-    calls made;
-    std::istringstream records(output);
-    for (std::string count; std::getline(records, count, '\0');) {
-        words call(std::stoul(count) + 1);
-        for (std::string &word : call)
-            std::getline(records, word, '\0');
-        made.push_back(call);
-    }
-    return made;
-}
-
-static std::string text_of(const calls &made) {
-    std::string text;
-    for (const words &call : made) {
-        for (const std::string &word : call)
-            text += shown(word) + " ";
-        text += "; ";
-    }
-    return text;
-}
-
-// Runs the script and compares what it called. Those of a pipeline or in the background come in any
-// order. FILES are what it may have changed, with their new texts; "*" stands for any number.
-static void expect(const std::string &script, const std::string &argument, const words &environment,
-                   calls expected, const std::map<std::string, std::string> &changes = {}) {
-    const auto is_ordered = [](const words &call) {
-        const words in_any_order = {"awk", "cat", "grep", "pppd", "pppoe", "udhcpc", "udhcpc6"};
-        return std::count(in_any_order.begin(), in_any_order.end(), call[0]) == 0;
-    };
-    auto left = files();
-    calls made = run(script, argument, environment);
-    for (calls *all : {&made, &expected})
-        std::sort(std::stable_partition(all->begin(), all->end(), is_ordered), all->end());
-    if (made != expected)
-        fprintf(stderr, "made     %s\nexpected %s\n", text_of(made).c_str(),
-                text_of(expected).c_str());
-    DEMAND(made == expected, file_text(script));
-    auto now = files();
-    for (const auto &[path, text] : changes) {
-        if (text == "*" && now.contains(path))
-            DEMAND(now[path].find_first_not_of("0123456789\n") == std::string::npos, now[path]);
-        left[path] = text == "*" ? now[path] : text;
-    }
-    for (const auto &[path, text] : now)
-        DEMAND(left.contains(path) && left[path] == text, path, text);
-    DEMAND(left.size() == now.size());
+    std::string stubs = STUB;
+    for (const std::string name :
+         {"addr_format", "awk", "cat", "chmod", "devinfo", "grep", "ip", "ip6tables", "kill",
+          "killall", "pppd", "pppoe", "rm", "sleep", "sockmsg_send", "touch", "udhcpc", "udhcpc6"})
+        stubs += name + "() { stub " + name + " \"$@\"; }\n";
+    put_file(STUBS, stubs);
+    put_file("/run/ip", "#!/bin/busybox sh\n. " + STUBS + "\nstub /sbin/ip \"$@\"\n");
+    chmod("/run/ip", 0755);
+    if (mount("tmpfs", CONF.c_str(), "tmpfs", 0, "") == 0 &&
+        mount("/run/ip", "/sbin/ip", nullptr, MS_BIND, nullptr) == 0)
+        return true;
+    printf("SKIPPED: /sbin/ip or %s cannot be replaced here\n", CONF.c_str());
+    exit(EXIT_SKIPPED);
 }
 
 // The arguments that VALUE becomes where it stands without quotes.
-static words fields(const std::string &value) {
+static words fields(std::string value) {
     words found;
-    std::string rest = value;
-    std::replace_if(
-        rest.begin(), rest.end(), [](char c) { return c == '\t' || c == '\n'; }, ' ');
-    std::istringstream stream(rest);
-    const std::string from = fs::current_path();
+    std::replace(value.begin(), value.end(), '\t', ' ');
+    std::replace(value.begin(), value.end(), '\n', ' ');
+    std::istringstream stream(value);
+    const fs::path from = fs::current_path();
     fs::current_path(WORK);
     for (std::string word; std::getline(stream, word, ' ');) {
-        glob_t matches;
-        if (word.empty())
-            continue;
-        if (glob(word.c_str(), 0, nullptr, &matches) == 0)
+        glob_t matches{};
+        if (word.find_first_of("*?[") != word.npos &&
+            glob(word.c_str(), 0, nullptr, &matches) == 0)
             found.insert(found.end(), matches.gl_pathv, matches.gl_pathv + matches.gl_pathc);
-        else
+        else if (!word.empty())
             found.push_back(word);
         globfree(&matches);
     }
@@ -178,79 +90,139 @@ static std::string field(const std::string &value, size_t index) {
     return index < all.size() ? all[index] : "";
 }
 
-// A call of words, of which those in FIELDS stand without quotes.
-struct unquoted {
-    std::string value;
-};
-struct part {
-    part(const char *word) : all{word} {}
-    part(const std::string &word) : all{word} {}
-    part(int number) : all{std::to_string(number)} {}
-    part(const unquoted &text) : all(fields(text.value)) {}
-    words all;
-};
-static words call(const std::vector<part> &parts) {
-    words result;
-    for (const part &one : parts)
-        result.insert(result.end(), one.all.begin(), one.all.end());
-    return result;
+// Calls, one a line, as the shell would read them: a word with a $ is the value of that name, which
+// goes up to the next slash, and is one argument only in quotes.
+static std::vector<words> calls_of(const std::string &lines, texts &values) {
+    std::vector<words> calls;
+    std::istringstream stream(lines);
+    for (std::string line, word; std::getline(stream, line);) {
+        words &call = calls.emplace_back();
+        for (std::istringstream split(line); split >> word;) {
+            const bool quoted = word[0] == '"', expanded = word.find('$') != word.npos;
+            std::erase(word, '"');
+            for (size_t at = 0; (at = word.find('$', at)) != word.npos;) {
+                const size_t end = std::min(word.find('/', at), word.size());
+                const std::string value = values[word.substr(at + 1, end - at - 1)];
+                word.replace(at, end - at, value);
+                at += value.size();
+            }
+            const words made = expanded && !quoted ? fields(word) : words{word};
+            call.insert(call.end(), made.begin(), made.end());
+        }
+    }
+    return calls;
 }
 
-static constexpr wan_di_set SET = wired_record(0);
-static const words REPORT = {"sockmsg_send", "-d", "24", "-m", "21252"};
+static std::vector<words> run(const std::string &script, const std::string &event, texts values) {
+    const std::string command = ". " + STUBS + "; . \"$0\"";
+    words variables = {"PATH=/none"};
+    for (const auto &[name, value] : values)
+        variables.push_back(name + "=" + value);
+    std::vector<const char *> environment;
+    for (const std::string &variable : variables)
+        environment.push_back(variable.c_str());
+    std::istringstream records(
+        output_of(9, {command.c_str(), script.c_str(), event.c_str()}, environment, WORK.c_str()));
+    std::vector<words> calls;
+    for (std::string count; std::getline(records, count, '\0');)
+        for (std::string &word : calls.emplace_back(std::stoul(count) + 1))
+            std::getline(records, word, '\0');
+    return calls;
+}
+
+// Every file that a script could make in the sandbox.
+static texts files() {
+    texts all;
+    for (const char *folder : {"/tmp", "/etc", "/run", "/var/log", CONF.c_str()})
+        for (const auto &file : fs::recursive_directory_iterator(folder))
+            all[file.path()] = file.is_symlink()        ? fs::read_symlink(file.path()).string()
+                               : file.is_regular_file() ? file_text(file.path())
+                                                        : "";
+    return all;
+}
+
+// Runs the script and compares what it called. Those of a pipeline or in the background come in any
+// order. CHANGES are the files that it may have changed, with their new texts, # for any number.
+static void expect(const std::string &script, const std::string &event, const texts &values,
+                   std::vector<words> expected, const texts &changes = {}) {
+    const auto is_ordered = [](const words &call) {
+        return std::string("awk cat grep pppd pppoe udhcpc udhcpc6").find(call[0]) == call[0].npos;
+    };
+    texts left = files();
+    std::vector<words> made = run(script, event, values);
+    for (std::vector<words> *all : {&made, &expected})
+        std::sort(std::stable_partition(all->begin(), all->end(), is_ordered), all->end());
+    for (size_t i = 0; i < std::max(made.size(), expected.size()); i++) {
+        const words none, &call = i < made.size() ? made[i] : none;
+        words both = call;
+        both.push_back("instead of");
+        if (i < expected.size())
+            both.insert(both.end(), expected[i].begin(), expected[i].end());
+        if (i >= expected.size() || call != expected[i])
+            for (const std::string &word : both)
+                fputs(shown(word).c_str(), stderr);
+    }
+    DEMAND(made == expected, file_text(script));
+    texts now = files();
+    for (const auto &[path, text] : changes) {
+        const bool number = now[path].find_first_not_of("0123456789\n") == std::string::npos;
+        left[path] = text == "#" && number ? now[path] : text;
+    }
+    for (const auto &[path, text] : now)
+        DEMAND(left.contains(path) && left[path] == text, path, text);
+    DEMAND(left.size() == now.size());
+}
 
 static std::string take_hostile(FuzzedDataProvider &input) {
     std::string text;
-    for (int pieces = input.ConsumeIntegralInRange(0, 3); pieces > 0; pieces--)
+    for (int pieces = take_number(input, 0, 3); pieces > 0; pieces--)
         text += input.ConsumeBool()
                     ? take_text(input, 12)
                     : input.PickValueInArray(
-                          {"10.0.0.2", "2001:db8::1", " ",      "\n",         "\t",
-                           "*",        "?",           "[a-b]",  "$(touch x)", "`touch x`",
-                           ";touch x", "&touch x|b",  ">x",     "-h",         "\"",
-                           "'",        "\\",          "(",      "!",          "=",
-                           "~",        "#",           "${IFS}", "$((1/0))",   "/",
-                           "x=1 ",     "{a,b}",       "\x81",   "\x88"});
+                          {"10.0.0.2", "2001:db8::1", " ",          "\n",         "\t",
+                           "*",        "?",           "[a-b]",      "$(touch x)", "`touch x`",
+                           ";touch x", "~",           "&touch x|b", ">x",         "-h",
+                           "\"",       "'",           "\\",         "(",          "!",
+                           "=",        "#",           "${IFS}",     "$((1/0))",   "/",
+                           "x=1 ",     "{a,b}",       "\x81",       "\x88"});
     return text;
 }
 
 static std::string take_ifname(FuzzedDataProvider &input) {
     std::string name = input.ConsumeBool() ? take_hostile(input).substr(0, 15) : "eth1";
-    name.erase(std::remove(name.begin(), name.end(), '/'), name.end()); // nor does the kernel
+    std::erase(name, '/'); // as in the kernel
     return name;
 }
 
+static constexpr wan_di_set SET = wired_record(0);
+static constexpr const char *REPORT = "sockmsg_send -d 24 -m 21252\n";
+
 static void lease(FuzzedDataProvider &input) {
     uplinkd_dhcpcv4_write_script(SCRIPT.c_str(), "fuzz", &SET, 24, 21252);
-    std::map<std::string, std::string> in;
-    words environment;
-    for (const char *name : {"interface", "ip", "mask", "subnet", "broadcast", "router", "dns"}) {
+    texts in;
+    for (const char *name : {"interface", "ip", "mask", "subnet", "broadcast", "router", "dns"})
         in[name] = take_hostile(input);
-        environment.push_back(name + ("=" + in[name]));
-    }
     const std::string event = input.PickValueInArray({"bound", "renew", "deconfig", "leasefail"});
-    const unquoted interface { in["interface"] };
-    calls expected;
+    texts known = in;
+    std::string calls;
     if (event != "leasefail")
-        expected.push_back(call({"/sbin/ip", "-4", "addr", "flush", "dev", interface}));
+        calls = "/sbin/ip -4 addr flush dev $interface\n";
     if (event == "deconfig")
-        expected.push_back(call({"/sbin/ip", "link", "set", "dev", interface, "up"}));
+        calls += "/sbin/ip link set dev $interface up\n";
     if (event == "bound" || event == "renew") {
-        const unquoted broadcast{in["broadcast"].empty() ? "+" : in["broadcast"]};
-        expected.push_back(call({"/sbin/ip", "addr", "add", "dev", interface, "local",
-                                 unquoted{in["ip"] + "/" + in["mask"]}, "broadcast", broadcast}));
-        if (!in["subnet"].empty())
-            expected.push_back(call({"devinfo", "201103", unquoted{in["subnet"]}}));
-        if (!in["ip"].empty())
-            expected.push_back(call({"devinfo", "201102", unquoted{in["ip"]}}));
-        if (!fields(in["router"]).empty())
-            expected.push_back(call({"devinfo", "201104", unquoted{field(in["router"], 0)}}));
-        for (size_t i = 0; i < std::min<size_t>(fields(in["dns"]).size(), 2); i++)
-            expected.push_back(
-                call({"devinfo", i == 0 ? "201106" : "201107", unquoted{field(in["dns"], i)}}));
-        expected.push_back(REPORT);
+        known["plus"] = in["broadcast"].empty() ? "+" : in["broadcast"];
+        known["first"] = field(in["router"], 0);
+        known["dns1"] = field(in["dns"], 0);
+        known["dns2"] = field(in["dns"], 1);
+        calls += "/sbin/ip addr add dev $interface local $ip/$mask broadcast $plus\n";
+        calls += in["subnet"].empty() ? "" : "devinfo 201103 $subnet\n";
+        calls += in["ip"].empty() ? "" : "devinfo 201102 $ip\n";
+        calls += fields(in["router"]).empty() ? "" : "devinfo 201104 $first\n";
+        calls += fields(in["dns"]).empty() ? "" : "devinfo 201106 $dns1\n";
+        calls += fields(in["dns"]).size() < 2 ? "" : "devinfo 201107 $dns2\n";
+        calls += REPORT;
     }
-    expect(SCRIPT, event, environment, expected);
+    expect(SCRIPT, event, in, calls_of(calls, known));
 }
 
 static void lease6(FuzzedDataProvider &input) {
@@ -258,127 +230,97 @@ static void lease6(FuzzedDataProvider &input) {
     const auto write =
         stateful ? uplinkd_dhcpcv6_write_stateful_script : uplinkd_dhcpcv6_write_stateless_script;
     write(SCRIPT.c_str(), "fuzz", &SET, 1, 7, 24, 21252);
-    const std::string name = take_hostile(input), ipv6 = take_hostile(input);
-    const std::string dns = take_hostile(input);
-    const std::string shown_address =
-        input.PickValueInArray({"", "2001:db8::2/64", "a::1/64\nb::1/64"});
-    const std::string gateway = input.PickValueInArray({"", "fe800000000000000000000000000001"});
-    const std::string form = input.PickValueInArray({"", "2001:db8::1"});
-    const std::string item = input.PickValueInArray({"", "2001:db8::1", "?"});
-    const int rule = input.ConsumeIntegralInRange(0, 2);
-    const std::string event = input.PickValueInArray({"bound", "renew", "deconfig", "stateless"});
-    const std::string address = stateful ? ipv6 : shown_address.substr(0, shown_address.rfind('/'));
-    const unquoted interface { name };
-    const auto masquerade = [&](const char *action) {
-        return call(
-            {"ip6tables", "-t", "nat", action, "POSTROUTING", "-o", interface, "-j", "MASQUERADE"});
-    };
-    calls expected;
-    if (event == "deconfig") {
-        if (stateful)
-            expected.push_back(
-                call({"ip", "-6", "address", "flush", "scope", "global", "dev", interface}));
-        expected.push_back(masquerade("-D"));
-    }
-    const bool has_route = !gateway.empty() && (stateful || !address.empty());
-    for (int i = 0; i < (has_route ? 1 : 2) && (event == "bound" || event == "renew"); i++) {
-        if (!stateful) {
-            expected.push_back(
-                call({"ip", "-6", "address", "show", unquoted{field(name, 0)}, "scope", "global"}));
-            expected.push_back({"grep", "inet6"});
-            expected.push_back({"awk", "-F", " ", "{print $2}"});
-        }
-        expected.push_back({"cat", "/proc/net/ipv6_route"});
-        expected.push_back({"grep", "\\b00450003\\b"});
-        expected.push_back({"grep", "\\b" + name + "$"});
-        expected.push_back({"awk", "-F", " ", "{print $5}"});
-        if (!has_route) {
-            expected.push_back({"sleep", "7"});
+    texts in;
+    for (const char *name : {"interface", "ipv6", "dns"})
+        in[name] = take_hostile(input);
+    const std::string listed = input.PickValueInArray({"", "2001:db8::2/64", "a::1/64\nb::1/64"});
+    in["listed"] = listed;
+    in["gateway"] = input.PickValueInArray({"", "fe800000000000000000000000000001"});
+    in["form"] = input.PickValueInArray({"", "2001:db8::1"});
+    in["item"] = input.PickValueInArray({"", "2001:db8::1", "?"});
+    in["rule"] = std::to_string(take_number(input, 0, 2));
+    const std::string event = input.PickValueInArray({"bound", "renew", "deconfig", "none"});
+    texts known = in;
+    known["address"] = stateful ? in["ipv6"] : listed.substr(0, listed.rfind('/'));
+    known["iface"] = field(in["interface"], 0);
+    known["dns1"] = field(in["dns"], 0);
+    known["dns2"] = field(in["dns"], 1);
+    known["pattern"] = "\\b" + in["interface"] + "$";
+    known["print2"] = "{print $2}", known["print5"] = "{print $5}", known["blank"] = " ";
+    const std::string rule = " POSTROUTING -o $interface -j MASQUERADE\n";
+    std::string calls;
+    if (event == "deconfig")
+        calls = (stateful ? "ip -6 address flush scope global dev $interface\n" : "") +
+                ("ip6tables -t nat -D" + rule);
+    const bool ready = !in["gateway"].empty() && !(stateful ? "-" : listed).empty();
+    for (int i = 0; i < (ready ? 1 : 2) && (event == "bound" || event == "renew"); i++) {
+        if (!stateful)
+            calls += "ip -6 address show $iface scope global\n"
+                     "grep inet6\nawk -F \"$blank\" \"$print2\"\n";
+        calls += "cat /proc/net/ipv6_route\ngrep \\b00450003\\b\ngrep \"$pattern\"\n"
+                 "awk -F \"$blank\" \"$print5\"\n";
+        if (!ready) {
+            calls += "sleep 7\n";
             continue;
         }
-        const auto format = [&](const char *spelling, const std::string &value) {
-            expected.push_back(call(
-                {"addr_format", "-6", "-s", spelling, "-d", "compact", "-a", unquoted{value}}));
-        };
-        format("perfer", address);
-        format("no_separator", gateway);
-        format("perfer", field(dns, 0));
-        format("perfer", field(dns, 1));
-        const bool renew = !form.empty() && form != item;
-        const words ids = {"201108", "201128", "201109", "201110"};
-        for (size_t n = 0; n < (renew ? 1 : 4); n++)
-            expected.push_back({"devinfo", ids[n]});
-        if (!renew)
-            break;
-        if (stateful)
-            expected.push_back(
-                call({"ip", "-6", "address", "add", unquoted{ipv6 + "/64"}, "dev", interface}));
-        for (const std::string &id : ids)
-            expected.push_back({"devinfo", id, form});
-        expected.push_back(masquerade("-C"));
-        if (rule == 1)
-            expected.push_back(masquerade("-A"));
-        expected.push_back(REPORT);
+        calls += "addr_format -6 -s perfer -d compact -a $address\n"
+                 "addr_format -6 -s no_separator -d compact -a $gateway\n"
+                 "addr_format -6 -s perfer -d compact -a $dns1\n"
+                 "addr_format -6 -s perfer -d compact -a $dns2\n"
+                 "devinfo 201108\n";
+        if (in["form"].empty() || in["form"] == in["item"]) {
+            calls += "devinfo 201128\ndevinfo 201109\ndevinfo 201110\n";
+            continue;
+        }
+        calls += stateful ? "ip -6 address add $ipv6/64 dev $interface\n" : "";
+        for (const char *id : {"201108", "201128", "201109", "201110"})
+            calls += std::string("devinfo ") + id + " $form\n";
+        calls += "ip6tables -t nat -C" + rule;
+        calls += (in["rule"] == "1" ? "ip6tables -t nat -A" + rule : "") + REPORT;
     }
-    expect(SCRIPT, event,
-           {"interface=" + name, "ipv6=" + ipv6, "dns=" + dns, "STUB_ADDRESS=" + shown_address,
-            "STUB_GATEWAY=" + gateway, "STUB_FORM=" + form, "STUB_ITEM=" + item,
-            "STUB_RULE=" + std::to_string(rule)},
-           expected);
+    expect(SCRIPT, event, in, calls_of(calls, known));
 }
 
 static void ppp(FuzzedDataProvider &input) {
-    const std::string name = take_ifname(input), link = take_ifname(input);
-    const words in = {take_hostile(input), take_hostile(input), take_hostile(input),
-                      take_hostile(input)};
-    const std::string pid = take_hostile(input);
-    calls expected;
-    std::map<std::string, std::string> changes;
-    const int script = input.ConsumeIntegralInRange(0, 3);
-    switch (script) {
+    texts in, changes;
+    for (const char *name : {"DNS1", "DNS2", "IPLOCAL", "IPREMOTE", "pid"})
+        in[name] = take_hostile(input);
+    const std::string link = in["IFNAME"] = take_ifname(input), name = take_ifname(input);
+    texts known = in;
+    known["name"] = name;
+    std::string calls;
+    switch (take_number(input, 0, 3)) {
     case 0:
         uplinkd_ppp_write_ip_up_script(SCRIPT.c_str(), &SET, 24, 21252, "fuzz");
-        expected = {call({"devinfo", "201106", unquoted{in[0]}}),
-                    call({"devinfo", "201107", unquoted{in[1]}}),
-                    call({"devinfo", "201102", unquoted{in[2]}}),
-                    call({"devinfo", "201104", unquoted{in[3]}}),
-                    call({"devinfo", "201111", unquoted{link}}),
-                    {"devinfo", "201103", "255.255.255.255"},
-                    REPORT};
-        if (in[0] == in[1])
-            expected.erase(expected.begin() + 1);
+        calls = "devinfo 201106 $DNS1\n";
+        calls += in["DNS1"] == in["DNS2"] ? "" : "devinfo 201107 $DNS2\n";
+        calls += "devinfo 201102 $IPLOCAL\ndevinfo 201104 $IPREMOTE\ndevinfo 201111 $IFNAME\n"
+                 "devinfo 201103 255.255.255.255\n";
+        calls += REPORT;
         break;
     case 1:
         uplinkd_ppp_write_ip_down_script(SCRIPT.c_str(), &SET, name.c_str(), 24, 21252, "fuzz");
-        expected = {call({"devinfo", "201111", unquoted{name}})};
-        for (const char *id : {"201106", "201107", "201102", "201104", "201103"})
-            expected.push_back({"devinfo", id, ""});
-        expected.push_back(REPORT);
+        calls = "devinfo 201111 $name\ndevinfo 201106 \"\"\ndevinfo 201107 \"\"\n"
+                "devinfo 201102 \"\"\ndevinfo 201104 \"\"\ndevinfo 201103 \"\"\n";
+        calls += REPORT;
         break;
     case 2:
         uplinkd_ppp_write_ipv6_up_script(SCRIPT.c_str(), "/tmp/lease", "/tmp/pid", "fuzz");
-        expected = {call({"udhcpc6", "-i", unquoted{link}, "-s", "/tmp/lease", "-p", "/tmp/pid",
-                          "-r", "no", "-O", "23"})};
+        calls = "udhcpc6 -i $IFNAME -s /tmp/lease -p /tmp/pid -r no -O 23\n";
         fs::create_directories(CONF + "eth1");
         if (link != ".." && fs::is_directory(CONF + link))
-            changes = {{fs::path(CONF + link + "/accept_ra").lexically_normal(), "2\n"}};
+            changes[fs::path(CONF + link + "/accept_ra").lexically_normal()] = "2\n";
         break;
     case 3:
         uplinkd_ppp_write_ipv6_down_script(SCRIPT.c_str(), &SET, name.c_str(), "/tmp/pid", 24,
                                            21252, "fuzz");
-        expected = {{"cat", "/tmp/pid"}};
-        if (pid.find_first_not_of('\n') != pid.npos) // as command substitution leaves it
-            expected.push_back(call({"kill", unquoted{pid}}));
-        expected.push_back({"rm", "/tmp/pid"});
-        expected.push_back(call({"devinfo", "201111", unquoted{name}}));
-        for (const char *id : {"201108", "201109", "201110"})
-            expected.push_back({"devinfo", id, ""});
-        expected.push_back(REPORT);
+        calls = "cat /tmp/pid\n";
+        calls += in["pid"].find_first_not_of('\n') == link.npos ? "" : "kill $pid\n";
+        calls += "rm /tmp/pid\ndevinfo 201111 $name\n"
+                 "devinfo 201108 \"\"\ndevinfo 201109 \"\"\ndevinfo 201110 \"\"\n";
+        calls += REPORT;
     }
-    expect(SCRIPT, "",
-           {"DNS1=" + in[0], "DNS2=" + in[1], "IPLOCAL=" + in[2], "IPREMOTE=" + in[3],
-            "IFNAME=" + link, "STUB_PID=" + pid},
-           expected, changes);
+    expect(SCRIPT, "", in, calls_of(calls, known), changes);
     fs::remove_all(CONF + "eth1");
     fs::remove(CONF + "accept_ra");
 }
@@ -389,105 +331,84 @@ static bool can_be_ifname(const std::string &name) {
 }
 
 // What one WAN adds to the batch that brings all up.
-static void start_wan(FuzzedDataProvider &input, int idx, calls &expected,
-                      std::map<std::string, std::string> &changes) {
+static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, texts &changes) {
     const std::string wan = "_wan" + std::to_string(idx), end = idx == 0 ? "" : "_1";
-    const std::string name = take_hostile(input), address = take_hostile(input).substr(0, 31);
-    const std::string mask = take_hostile(input).substr(0, 31);
-    const std::string user = take_hostile(input).substr(0, 31), password = take_hostile(input);
-    const std::string mode = input.PickValueInArray({"dhcp", "Static", "linkppp", "none"});
-    const std::string version = input.PickValueInArray({"ipv4", "IPv6", "ipv4v6", "?"});
-    const int mode6 = input.ConsumeIntegralInRange(-1, 6);
-    const int mtu = input.ConsumeIntegralInRange(0, 1500);
-    memory::items[std::to_string(wired_item(DI_IFA_WIRED_WAN_REAL_IFACE, idx))] = name;
-    memory::settings["USR_WAN_IPADDR_V4" + end] = address;
-    memory::settings["USR_WAN_SUBMASK_V4" + end] = mask;
-    memory::settings["USR_WAN_PPPOE_USERNAME" + end] = user;
-    memory::settings["USR_WAN_PPPOE_PASSWORD" + end] = password;
-    memory::settings["USR_WAN_IPMODE" + end] = mode;
-    memory::settings["USR_WAN_IPVERSION" + end] = version;
-    memory::settings["USR_WAN_V6_IPMODE" + end] = std::to_string(mode6);
-    memory::settings["USR_WAN_MTU" + end] = std::to_string(mtu);
-    if (!can_be_ifname(name))
-        return;
-    const auto make_executable = [&](const std::string &path) {
-        expected.push_back({"chmod", "777", path});
+    const auto set = [&](const char *key, const std::string &value) {
+        return memory::settings[key + end] = value;
     };
-    fs::create_directories(CONF + name);
-    const std::string script6 = "/tmp/.udhcpc6_v6" + wan + ".script";
+    texts in = {{"name", input.ConsumeBool() ? take_ifname(input) : take_hostile(input)}};
+    in["ip"] = set("USR_WAN_IPADDR_V4", take_hostile(input).substr(0, 31));
+    in["mask"] = set("USR_WAN_SUBMASK_V4", take_hostile(input).substr(0, 31));
+    in["user"] = set("USR_WAN_PPPOE_USERNAME", take_hostile(input).substr(0, 31));
+    set("USR_WAN_PPPOE_PASSWORD", take_hostile(input));
+    const std::string mode =
+        set("USR_WAN_IPMODE", input.PickValueInArray({"dhcp", "Static", "linkppp", "none"}));
+    const std::string version =
+        set("USR_WAN_IPVERSION", input.PickValueInArray({"ipv4", "IPv6", "ipv4v6", "?"}));
+    const std::string mode6 = set("USR_WAN_V6_IPMODE", std::to_string(take_number(input, 0, 3)));
+    std::string mtu = set("USR_WAN_MTU", std::to_string(take_number(input, -1, 1500))), calls;
+    const std::string conf = CONF + in["name"], script6 = "/tmp/.udhcpc6_v6" + wan + ".script";
+    memory::items[std::to_string(wired_item(DI_IFA_WIRED_WAN_REAL_IFACE, idx))] = in["name"];
+    if (!can_be_ifname(in["name"]))
+        return {};
+    fs::create_directories(conf);
     if (mode == "linkppp") {
-        make_executable(script6);
-        words pppd = {"pppd"};
-        std::istringstream options(
-            "unit " + std::to_string(5000 + idx) +
-            " noipdefault noauth default-asyncmap hide-password nodetach usepeerdns holdoff 5 "
-            "maxfail 0 persist mtu M mru M noaccomp nodeflate nopcomp novj novjccomp user U "
-            "lcp-echo-interval 20 lcp-echo-failure 3 +ipv6 ip-up-script /tmp/.ip-up" +
-            wan + " ip-down-script /tmp/.ip-down" + wan + " ipv6-up-script /tmp/.ipv6-up" + wan +
-            " ipv6-down-script /tmp/.ipv6-down" + wan);
-        for (std::string option; options >> option;)
-            if (option != "U" || !user.empty())
-                pppd.push_back(option == "U"   ? user
-                               : option != "M" ? option
-                                               : std::to_string(mtu > 0 ? mtu : 1500));
-        for (const char *script :
-             {"/tmp/.ipv6-up", "/tmp/.ipv6-down", "/tmp/.ip-up", "/tmp/.ip-down"})
-            make_executable(script + wan);
-        expected.push_back(pppd);
-        expected.push_back({"pppoe", "-I", name, "-T", "80", "-U", "-m", "1412"});
-        for (const char *folder : {"/tmp/", "/tmp/.uplinkd/"})
-            changes[folder + (".pppd" + wan + "_ppp.pid")] = "*";
-        return;
+        mtu = std::stoi(mtu) > 0 ? mtu : "1500";
+        calls = "chmod 777 " + script6 + "\n";
+        for (const char *script : {"ipv6-up", "ipv6-down", "ip-up", "ip-down"})
+            calls += std::string("chmod 777 /tmp/.") + script + wan + "\n";
+        calls += "pppd unit " + std::to_string(5000 + idx) +
+                 " noipdefault noauth default-asyncmap hide-password nodetach usepeerdns holdoff 5 "
+                 "maxfail 0 persist mtu " +
+                 mtu + " mru " + mtu + " noaccomp nodeflate nopcomp novj novjccomp user " +
+                 (in["user"].empty() ? "" : "\"$user\"") +
+                 " lcp-echo-interval 20 lcp-echo-failure 3 +ipv6 ip-up-script /tmp/.ip-up" + wan +
+                 " ip-down-script /tmp/.ip-down" + wan + " ipv6-up-script /tmp/.ipv6-up" + wan +
+                 " ipv6-down-script /tmp/.ipv6-down" + wan +
+                 "\npppoe -I \"$name\" -T 80 -U -m 1412\n";
+        changes["/tmp/.uplinkd/.pppd" + wan + "_ppp.pid"] = "#";
+        return calls_of(calls, in);
     }
-    if (version == "ipv4" || version == "ipv4v6") {
-        const std::string script = "/tmp/.udhcpc_v4" + wan + ".script";
-        if (mode == "Static")
-            expected.push_back({"ip", "-4", "address", "add", address + "/" + mask, "dev", name});
-        if (mode == "dhcp") {
-            make_executable(script);
-            expected.push_back(
-                {"udhcpc", "-i", name, "-s", script, "-p", "/tmp/.udhcpc_v4" + wan + ".pid"});
-        }
+    const std::string script = "/tmp/.udhcpc_v4" + wan + ".script";
+    if (version[3] != '6' && version != "?" && mode == "Static")
+        calls = "ip -4 address add \"$ip/$mask\" dev \"$name\"\n";
+    if (version[3] != '6' && version != "?" && mode == "dhcp")
+        calls = "chmod 777 " + script + "\nudhcpc -i \"$name\" -s " + script +
+                " -p /tmp/.udhcpc_v4" + wan + ".pid\n";
+    if (version.ends_with('6') && (mode6 == "1" || mode6 == "2")) {
+        calls += "chmod 777 " + script6 + "\nudhcpc6 -i \"$name\" -s " + script6 +
+                 " -p /tmp/.udhcpc6_v6" + wan + ".pid" + (mode6 == "2" ? " -r no" : "") +
+                 " -O 23\n";
+        if (mode6 == "2")
+            changes[conf + "/disable_ipv6"] = "0\n";
+        changes[conf + "/autoconf"] = mode6 == "2" ? "1\n" : "0\n";
+        changes[conf + "/accept_ra"] = "2\n";
     }
-    if ((version == "IPv6" || version == "ipv4v6") && (mode6 == 1 || mode6 == 2)) {
-        make_executable(script6);
-        words client = {
-            "udhcpc6", "-i", name, "-s", script6, "-p", "/tmp/.udhcpc6_v6" + wan + ".pid"};
-        if (mode6 == 2) {
-            client.insert(client.end(), {"-r", "no"});
-            changes[CONF + name + "/disable_ipv6"] = "0\n";
-        }
-        client.insert(client.end(), {"-O", "23"});
-        expected.push_back(client);
-        changes[CONF + name + "/autoconf"] = mode6 == 2 ? "1\n" : "0\n";
-        changes[CONF + name + "/accept_ra"] = "2\n";
-    }
+    return calls_of(calls, in);
 }
 
-static void batch(FuzzedDataProvider &input) {
-    calls expected = {{"killall", "udhcpc"},
-                      {"killall", "udhcpc6"},
-                      {"ip6tables", "-t", "nat", "-F", "POSTROUTING"},
-                      {"killall", "pppd"}};
+static void whole_batch(FuzzedDataProvider &input) {
+    texts in, changes;
+    std::vector<words> expected = calls_of(
+        "killall udhcpc\nkillall udhcpc6\nip6tables -t nat -F POSTROUTING\nkillall pppd\n", in);
     memory::settings = {{"SYS_WIRED_WAN_SUB_PORT_NUM", "1"},
                         {"USR_WIRED_WAN_SW_1", "1"},
                         {"USR_WIRED_WAN_VLAN_ID_1", "10"}};
     memory::items.clear();
     const int mode = input.ConsumeBool() ? 2 : 7;
-    std::map<std::string, std::string> changes;
-    if (input.ConsumeBool()) {
-        start_wan(input, 0, expected, changes);
-        start_wan(input, 1, expected, changes);
-        uplinkd_process_wired_up(mode);
-    } else {
+    const bool up = input.ConsumeBool();
+    for (int idx = 0; up && idx < 2; idx++)
+        for (const words &call : start_wan(input, idx, changes))
+            expected.push_back(call);
+    if (!up) {
         const std::string name = take_hostile(input);
         memory::items[std::to_string(DI_IFA_WIRED_WAN_REAL_IFACE)] = name;
         if (can_be_ifname(name) && mode == 2)
             expected.push_back({"ip", "-4", "address", "flush", name});
         if (can_be_ifname(name))
             expected.push_back({"ip", "-6", "address", "flush", "scope", "global", "dev", name});
-        uplinkd_process_wired_down(mode);
     }
+    up ? uplinkd_process_wired_up(mode) : uplinkd_process_wired_down(mode);
     expect(BATCH, "", {}, expected, changes);
     for (const auto &[path, text] : changes)
         fs::remove(path);
@@ -497,9 +418,9 @@ static void batch(FuzzedDataProvider &input) {
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const bool prepared = (prepare(), true);
+    static const bool prepared = prepare();
     FuzzedDataProvider input(data, size);
-    constexpr void (*KINDS[])(FuzzedDataProvider &) = {lease, lease6, ppp, batch, batch};
+    constexpr void (*KINDS[])(FuzzedDataProvider &) = {lease, lease6, ppp, whole_batch};
     input.PickValueInArray(KINDS)(input);
     return prepared ? 0 : 1;
 }

@@ -1,9 +1,7 @@
 // Any bytes as the settings file, against a model that takes the file as a list of lines.
-#include <algorithm>
 #include <climits>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <sstream>
 
 #include "fuzz.h"
@@ -12,46 +10,43 @@
 #include "platform/host/settings_file.h"
 
 using host::settings_result;
-using lines_of_file = std::vector<std::string>;
 
 static constexpr const char *SETTINGS = "/etc/uplinkd/settings";
-static constexpr size_t BUFFERS[] = {0, 16 * 1024, 32 * 1024, 256 * 1024}; // read at once, changed
-static constexpr size_t LISTED = 4096; // listing compares every line with every other
+static constexpr size_t LARGEST = 256 * 1024; // that can be changed
 
-static lines_of_file split(const std::string &text) {
-    lines_of_file lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
+struct model {
+    explicit model(const std::string &text) : unfinished(!text.empty() && !text.ends_with('\n')) {
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);)
+            lines.push_back(line);
+    }
+    std::string text() const {
+        std::string all;
+        for (const std::string &line : lines)
+            all += line + "\n";
+        return unfinished && !all.empty() ? all.substr(0, all.size() - 1) : all;
+    }
+    // The line of KEY that counts, the number of lines where there is none.
+    size_t line_of(const std::string &key) const {
+        const bool valid =
+            !key.empty() && key[0] != '#' && key.find_first_of(std::string("=\n\0", 3)) == key.npos;
+        for (size_t i = valid ? lines.size() : 0; i > 0; i--)
+            if (lines[i - 1].starts_with(key + "="))
+                return i - 1;
+        return lines.size();
+    }
+    std::vector<std::string> lines;
+    bool unfinished;
+};
 
-static std::string joined(const lines_of_file &lines) {
-    std::string text;
-    for (const std::string &line : lines)
-        text += line + "\n";
-    return text;
-}
-
-static bool can_be_key(const std::string &key) {
-    return !key.empty() && key[0] != '#' && key.find('=') == key.npos && key.find('\n') == key.npos;
-}
-
-static lines_of_file::iterator last_of(lines_of_file &lines, const std::string &key) {
-    const auto found = std::find_if(lines.rbegin(), lines.rend(),
-                                    [&](const auto &line) { return line.starts_with(key + "="); });
-    return can_be_key(key) && found != lines.rend() ? found.base() - 1 : lines.end();
-}
-
-static void look_up(const std::string &text, const std::string &key, size_t size) {
-    lines_of_file lines = split(text);
-    const auto line = last_of(lines, key);
-    const bool found = line != lines.end();
-    const std::string value = found ? line->substr(key.size() + 1) : "";
+static void look_up(const model &file, const std::string &key, size_t size) {
+    const size_t line = file.line_of(key);
+    const bool found = line < file.lines.size();
+    const std::string value = found ? file.lines[line].substr(key.size() + 1) : "";
     const std::unique_ptr<char[]> buffer(new char[size]); // ends where the sanitizer sees it
-    const int result = cfg_get_item(key.c_str(), buffer.get(), static_cast<int>(size));
     const std::string fitting = value.substr(0, size - 1);
-    DEMAND(result == (found ? 0 : -1), key, value);
+    DEMAND(cfg_get_item(key.c_str(), buffer.get(), static_cast<int>(size)) == (found ? 0 : -1),
+           key);
     DEMAND(std::string(buffer.get(), fitting.size() + 1) == fitting + '\0', key, fitting);
 
     char *end;
@@ -62,59 +57,50 @@ static void look_up(const std::string &text, const std::string &key, size_t size
     DEMAND(read == number, key, value);
 }
 
-static void change(const std::string &text, const std::string &key, const std::string &value) {
+static void change(model file, const std::string &key, const std::string &value) {
+    const std::string before = file.text();
     const settings_result result = host::set_setting(key, value);
-    lines_of_file lines = split(text);
-    if (!can_be_key(key) || key.find('\0') != key.npos ||
-        value.find_first_of(std::string_view("\n\0", 2)) != value.npos) {
-        DEMAND(result == settings_result::refused, key, value);
-        DEMAND(file_text(SETTINGS) == text, key, value);
+    if (model(key + "=").line_of(key) != 0 ||
+        value.find_first_of(std::string("\n\0", 2)) != value.npos) {
+        DEMAND(result == settings_result::refused && file_text(SETTINGS) == before, key, value);
         return;
     }
-    if (text.size() >= BUFFERS[3]) {
-        DEMAND(result == settings_result::too_large && file_text(SETTINGS) == text, key);
+    if (before.size() >= LARGEST) {
+        DEMAND(result == settings_result::too_large && file_text(SETTINGS) == before, key);
         return;
     }
-    DEMAND(result == settings_result::done, key, value);
-    const auto line = last_of(lines, key);
-    const bool is_there = line != lines.end();
-    std::string expected = text;
-    if (!is_there || line->substr(0, line->find('\0')) != key + "=" + value) {
-        const bool unfinished = !text.ends_with('\n') && is_there && line + 1 != lines.end();
-        is_there ? *line = key + "=" + value : *lines.insert(lines.end(), key + "=" + value);
-        expected = joined(lines);
-        if (unfinished)
-            expected.pop_back();
+    const size_t line = file.line_of(key);
+    file.lines.resize(std::max(file.lines.size(), line + 1));
+    std::string &changed = file.lines[line];
+    if (changed.substr(0, changed.find('\0')) != key + "=" + value) {
+        changed = key + "=" + value;
+        file.unfinished &= line + 1 < file.lines.size();
     }
-    DEMAND(file_text(SETTINGS) == expected, key, value, file_text(SETTINGS).substr(0, 9999));
-    look_up(expected, key, value.size() + 1);
+    DEMAND(result == settings_result::done && file_text(SETTINGS) == file.text(), key, value);
+    look_up(file, key, value.size() + 1);
 }
 
-static std::vector<std::string> listed;
+static std::string listed;
 
-static void list_and_remove(const std::string &text, const std::string &key) {
-    lines_of_file lines = split(text);
-    std::vector<std::string> expected;
-    for (auto line = lines.begin(); line != lines.end(); ++line) {
-        const std::string name = line->substr(0, line->find('='));
-        if (name.find('\0') == name.npos && last_of(lines, name) == line)
-            expected.push_back(line->substr(0, line->find('\0', name.size())));
+static void list_and_remove(model file, const std::string &key) {
+    std::string expected;
+    for (size_t i = 0; i < file.lines.size(); i++) {
+        const std::string &line = file.lines[i];
+        const size_t equals = line.find('=');
+        if (equals != line.npos && file.line_of(line.substr(0, equals)) == i)
+            expected += line.substr(0, line.find('\0')) + "\n";
     }
     listed.clear();
     host::list_settings([](std::string_view name, std::string_view value) {
-        listed.push_back(std::string(name) + "=" + std::string(value));
+        listed += std::string(name) + "=" + std::string(value) + "\n";
     });
-    DEMAND(listed == expected, joined(listed), joined(expected));
-    if (host::unset_setting(key) != settings_result::done)
-        return;
-    const bool was_there = last_of(lines, key) != lines.end();
-    const bool unfinished =
-        !lines.empty() && !text.ends_with('\n') && !lines.back().starts_with(key + "=");
-    std::erase_if(lines, [&](const auto &line) { return line.starts_with(key + "="); });
-    std::string left = was_there ? joined(lines) : text;
-    if (was_there && unfinished)
-        left.pop_back();
-    DEMAND(file_text(SETTINGS) == left, key, left, file_text(SETTINGS));
+    DEMAND(listed == expected, listed, expected);
+    if (file.line_of(key) < file.lines.size()) {
+        file.unfinished &= !file.lines.back().starts_with(key + "=");
+        std::erase_if(file.lines, [&](const auto &line) { return line.starts_with(key + "="); });
+    }
+    host::unset_setting(key);
+    DEMAND(file_text(SETTINGS) == file.text(), key, file.text(), file_text(SETTINGS));
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -122,19 +108,21 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string text = input.ConsumeRandomLengthString(2000);
     std::string key = input.ConsumeRandomLengthString(40);
     const std::string value = input.ConsumeRandomLengthString(80);
-    if (input.ConsumeBool()) { // a key of the file
-        key = text.substr(input.ConsumeIntegralInRange<size_t>(0, text.size()));
-        key.resize(std::min(key.size(), key.find('=')));
-    }
-    if (const size_t start = input.PickValueInArray(BUFFERS); start > 0) // across a buffer's end
-        text = "#" + std::string(start - input.ConsumeIntegralInRange<size_t>(2, 300), '-') + "\n" +
-               text;
+    size_t start = input.ConsumeIntegralInRange<size_t>(0, text.size());
+    if (input.ConsumeBool()) // a key of the file
+        key = text.substr(start, text.find('=', start) - start);
+    // A place near the key comes to where a read ends, or the largest file.
+    const size_t end = input.PickValueInArray<size_t>({0, 0, 0, 0, 16384, 32768, LARGEST});
+    start += input.ConsumeIntegralInRange<size_t>(0, 40);
+    if (end > 0)
+        text = "#" + std::string(end - start - 2, '-') + "\n" + text;
+    const model file(text);
     std::filesystem::create_directories("/etc/uplinkd");
     put_file(SETTINGS, text);
-    look_up(text, key.substr(0, key.find('\0')), input.ConsumeIntegralInRange<size_t>(1, 100));
-    change(text, key, value);
+    look_up(file, key.substr(0, key.find('\0')), input.ConsumeIntegralInRange<size_t>(1, 100));
+    change(file, key, value);
     put_file(SETTINGS, text);
-    if (text.size() < LISTED)
-        list_and_remove(text, key);
+    if (text.size() < LARGEST)
+        list_and_remove(file, key);
     return 0;
 }
