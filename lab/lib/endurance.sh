@@ -1,0 +1,61 @@
+# For scenarios that repeat something many times: what the daemon holds on to meanwhile.
+
+# times SHORT LONG: how often it is to be done now; LONG with `lab/lab --long`.
+times() { if [ "$long" ]; then echo "$2"; else echo "$1"; fi; }
+
+# drive COMMAND COUNT [VARIABLE=VALUE...]: see lab/lib/drive.
+drive() { rt env "${@:3}" /usr/bin/python3 -c "$(</run/lab/lib/drive)" "$1" "$2" || fail "$2 $1 are dealt with"; }
+
+# holds: descriptors, threads, clients, then KiB of anonymous, resident and proportional memory.
+holds() {
+    local daemon proc
+    daemon=$(pids uplinkd)
+    proc=$ROOT/proc/$daemon
+    printf '%s ' "$(find "$proc/fd" "$proc/task" -mindepth 1 -maxdepth 1 -path '*/fd/*' | wc -l)" \
+        "$(find "$proc/task" -mindepth 1 -maxdepth 1 | wc -l)" "$(count_processes udhcpc)"
+    awk '$1 == "Anonymous:" || $1 == "Rss:" || $1 == "Pss:" { of[$1] = $2 }
+        END { print of["Anonymous:"], of["Rss:"], of["Pss:"] }' "$proc/smaps_rollup"
+}
+
+# ANONYMOUS: KiB that the daemon may have more of at the end.
+ANONYMOUS=64
+
+# endure WHAT COUNT WARM_UP COMMAND...: runs COMMAND with WARM_UP and then with COUNT at its end; as much
+# is held after it as before.
+endure() {
+    local what=$1 count=$2 warm_up=$3 before after start
+    shift 3
+    "$@" "$warm_up"
+    settle
+    before=$(holds) start=$SECONDS
+    "$@" "$count"
+    settle
+    after=$(holds)
+    printf '| %s | %d | %d s | %s | %s |\n' "$what" "$count" $((SECONDS - start)) "$before" "$after"
+    [ "$(cut -d ' ' -f 1-3 <<<"$before")" = "$(cut -d ' ' -f 1-3 <<<"$after")" ] ||
+        fail "descriptors, threads and clients are $before" "$after"
+    grep -q __sanitizer /run/lab/tools/uplinkd ||
+        [ "$(cut -d ' ' -f 4 <<<"$after")" -le $(($(cut -d ' ' -f 4 <<<"$before") + ANONYMOUS)) ] ||
+        fail "memory of its own, in KiB, stays at $before" "$after"
+}
+
+# quick_client: a DHCP client for the daemon started with PATH=$quick that has its lease at once, and
+# then lives until it is killed.
+quick=/tmp/clients:/usr/sbin:/usr/bin:/sbin:/bin
+quick_client() {
+    mkdir -p "$ROOT/tmp/clients"
+    cat >"$ROOT/tmp/clients/udhcpc" <<'CLIENT'
+#!/bin/sh
+while getopts i:s:p: option; do
+    case $option in
+    i) export interface="$OPTARG" ;;
+    s) script=$OPTARG ;;
+    p) echo $$ >"$OPTARG" ;;
+    esac
+done
+ip=192.0.2.7 mask=24 subnet=255.255.255.0 router=192.0.2.1 dns='198.51.100.53 198.51.100.54' "$script" bound
+read -r _ <>/tmp/never
+CLIENT
+    rt chmod 755 /tmp/clients/udhcpc
+    rt mkfifo /tmp/never
+}
