@@ -38,24 +38,3 @@ endure() {
         [ "$(cut -d ' ' -f 4 <<<"$after")" -le $(($(cut -d ' ' -f 4 <<<"$before") + ANONYMOUS)) ] ||
         fail "memory of its own, in KiB, stays at $before" "$after"
 }
-
-# quick_client: a DHCP client for the daemon started with PATH=$quick that has its lease at once, and
-# then lives until it is killed.
-quick=/tmp/clients:/usr/sbin:/usr/bin:/sbin:/bin
-quick_client() {
-    mkdir -p "$ROOT/tmp/clients"
-    cat >"$ROOT/tmp/clients/udhcpc" <<'CLIENT'
-#!/bin/sh
-while getopts i:s:p: option; do
-    case $option in
-    i) export interface="$OPTARG" ;;
-    s) script=$OPTARG ;;
-    p) echo $$ >"$OPTARG" ;;
-    esac
-done
-ip=192.0.2.7 mask=24 subnet=255.255.255.0 router=192.0.2.1 dns='198.51.100.53 198.51.100.54' "$script" bound
-read -r _ <>/tmp/never
-CLIENT
-    rt chmod 755 /tmp/clients/udhcpc
-    rt mkfifo /tmp/never
-}
