@@ -155,3 +155,24 @@ shared_descriptors() { comm -12 <(descriptors "$1") <(descriptors "$2"); }
 descriptors() {
     readlink "$ROOT/proc/$(pids "$1")/fd/"* | grep -v '^/dev/null$' | sort
 }
+
+# quick_client: a DHCP client for the daemon started with PATH=$QUICK_PATH that has its lease at once, and
+# then lives until it is killed.
+QUICK_PATH=/run/clients:/usr/sbin:/usr/bin:/sbin:/bin
+quick_client() {
+    mkdir -p "$ROOT/run/clients"
+    cat >"$ROOT/run/clients/udhcpc" <<'CLIENT'
+#!/bin/sh
+while getopts i:s:p: option; do
+    case $option in
+    i) export interface="$OPTARG" ;;
+    s) script=$OPTARG ;;
+    p) echo $$ >"$OPTARG" ;;
+    esac
+done
+ip=192.0.2.7 mask=24 subnet=255.255.255.0 router=192.0.2.1 dns='198.51.100.53 198.51.100.54' "$script" bound
+read -r _ <>/run/clients/never
+CLIENT
+    rt chmod 755 /run/clients/udhcpc
+    rt mkfifo /run/clients/never
+}
