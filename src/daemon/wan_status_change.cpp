@@ -23,8 +23,6 @@
 
 // What the previous run decided; -1 before the first, which therefore always finds a change.
 static int uplinkd_network_priority UPLINKD_GUARDED_BY(uplinkd_handler_mutex) = -1;
-// The store had no room for it: its readers have an older one.
-static bool uplinkd_network_priority_unsaved UPLINKD_GUARDED_BY(uplinkd_handler_mutex) = false;
 // The configuration refuses a reboot: said once in the life of the process.
 static bool uplinkd_reboot_refusal_pending UPLINKD_GUARDED_BY(uplinkd_handler_mutex) = true;
 
@@ -52,11 +50,10 @@ static bool modem_is_abnormal() {
     return is_one(first) || is_one(second);
 }
 
-static void store_priority(int priority) UPLINKD_HANDLER {
+static void store_priority(int priority) {
     text<4> digit;
     const int length = snprintf(digit.data(), sizeof digit.chars, "%01d", priority);
-    uplinkd_network_priority_unsaved =
-        set_devinfo_value_by_id(DI_IFA_WAN_PRIORITY, digit.c_str(), length) != 0;
+    set_devinfo_value_by_id(DI_IFA_WAN_PRIORITY, digit.c_str(), length);
 }
 
 // Priority has passed to the mobile network, so its modem had better work. Logs in the caller's
@@ -120,11 +117,8 @@ int wan_status_change_handler() {
         UPLINKD_TRACE(LOG_EVENT, "invalid priority: %d", live.strategy);
 
     const int previous = uplinkd_network_priority;
-    if (decision.priority == previous) {
-        if (uplinkd_network_priority_unsaved)
-            store_priority(previous);
+    if (decision.priority == previous)
         return 0;
-    }
 
     for (const log_form form : BOTH_FORMS) {
         UPLINKD_LOG(form, "network prioroty changed from %d to %d", previous, decision.priority);
