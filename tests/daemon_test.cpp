@@ -149,10 +149,11 @@ TEST(threads, meet_in_start_up_handlers_and_notice_timer) {
     };
     alarm(60);
     std::thread bus([&] {
-        for (int n = 0; n < 150; ++n)
+        for (int n = 0; n < 1500; ++n)
             hand_over(n % 2 ? "1" : "0", n % 5 ? "WAN_STATUS_CHANGE" : "WAN_MODE_CHANGE");
     });
-    uplinkd_init();
+    for (int n = 0; n < 20; ++n) // in a process once: this is for the odds
+        uplinkd_init();
     bus.join();
     hand_over("0", "WAN_STATUS_CHANGE");
     const int before = notices;
