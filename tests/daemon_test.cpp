@@ -12,7 +12,9 @@
 #include "base/log_forms.h"
 #include "base/outgoing.h"
 #include "daemon/dispatch.h"
+#include "daemon/startup.h"
 #include "expect.h"
+#include "platform/devinfo_store.h"
 
 TEST(outgoing, builds_one_record_a_message) {
     const uplinkd_msg_t empty = {};
@@ -116,6 +118,49 @@ TEST(dispatch, runs_one_handler_at_a_time) {
     for (std::thread &bus : buses)
         bus.join();
     EXPECT_EQ(overlaps, 0);
+}
+
+// Nobody waits for anybody here, so that the thread sanitizer sees who forgets a lock: messages
+// arrive before, while and after start-up evaluates the mode, and arm the timer in any moment of
+// its life.
+TEST(threads, meet_in_start_up_handlers_and_notice_timer) {
+    std::atomic<int> notices = 0, begun = 0, ended = 0;
+    memory::on_sleep = [&ended](unsigned seconds) {
+        thread_local std::shared_ptr<void> end;
+        if (seconds == 1 && end == nullptr)
+            end = {&ended, [](void *count) { ++*static_cast<std::atomic<int> *>(count); }};
+        std::this_thread::yield();
+    };
+    memory::on_call = [&](const std::string &line) {
+        notices += line.starts_with("send MIX_MODE_NOTICE");
+        begun += line.find("turn the timer on") != line.npos;
+    };
+    given("USR_WAN_MODE=5 USR_WAN_COMMUNICATION_PRIORITY_STRATEGY=1 USR_FLOW_SMS_NOTICE_DELAY=1");
+    memory::flags["downlinkd_init_completed"] = "1";
+    write_file("/tmp/.flag_settingsd_init_finished", "");
+    const int mobile = memory::number_of("MOBILE_NETSTATUS");
+    const int wan = memory::number_of("WIRED_WAN_NETSTATUS");
+    const auto hand_over = [&](const char *to_mobile, const char *message_name) {
+        set_devinfo_value_by_id(mobile, to_mobile, 1);
+        set_devinfo_value_by_id(wan, "1", 1); // which a mode change takes down
+        uplinkd_msg_t message = {};
+        message.msg_id = memory::number_of(message_name);
+        uplinkd_handler_msg(&message);
+    };
+    alarm(60);
+    std::thread bus([&] {
+        for (int n = 0; n < 1500; ++n)
+            hand_over(n % 2 ? "1" : "0", n % 5 ? "WAN_STATUS_CHANGE" : "WAN_MODE_CHANGE");
+    });
+    for (int n = 0; n < 20; ++n) // in a process once: this is for the odds
+        uplinkd_init();
+    bus.join();
+    hand_over("0", "WAN_STATUS_CHANGE");
+    const int before = notices;
+    hand_over("1", "WAN_STATUS_CHANGE");
+    while (ended < begun)
+        std::this_thread::yield();
+    EXPECT_GT(notices, before) << "an arming was lost";
 }
 
 // Downwards; every rung has a rule of its own, and comes before those below it.

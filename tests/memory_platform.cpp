@@ -146,7 +146,10 @@ int set_devinfo_value_by_id(int id, const char *value, int length) {
 }
 
 int flag_set(const char *name, const char *value) {
-    flags[name] = value;
+    {
+        const std::lock_guard guard(mutex);
+        flags[name] = value;
+    }
     return record("flag %s=%s", name, value);
 }
 
@@ -159,14 +162,19 @@ int init_sockmsg(int app_id, sockmsg_handler, int) {
     return bus_result;
 }
 
+static void carry(const uplinkd_msg_t &message) {
+    const std::lock_guard guard(mutex);
+    carried = message;
+}
+
 int sockmsg_send_common_msg(int destination, const uplinkd_msg_t *message) {
-    carried = *message;
+    carry(*message);
     record("send %s -> %s", name_of(message->msg_id).c_str(), get_app_name_by_id(destination));
     return bus_result;
 }
 
 int sockmsg_send_broadcast_msg(int sender, const uplinkd_msg_t *message) {
-    carried = *message;
+    carry(*message);
     record("broadcast %s from %s", name_of(message->msg_id).c_str(), get_app_name_by_id(sender));
     return bus_result;
 }
