@@ -59,14 +59,24 @@ stamp_lines() {
     while IFS= read -r line; do echo "$EPOCHREALTIME $line"; done
 }
 
-# start_daemon [ENV_ASSIGNMENT...]: with the markers that the daemon waits for in place.
+# service_capabilities: what the service file leaves the daemon and all that it starts, for setpriv.
+service_capabilities() {
+    local named
+    named=$(sed -n '/^CapabilityBoundingSet=/ { s/.*=/ /; s/ CAP_/,+/g; p; }' /run/lab/uplinkd.service)
+    named=${named//$'\n'/}
+    echo "-all${named,,}"
+}
+
+# start_daemon [ENV_ASSIGNMENT...]: with the markers that the daemon waits for in place, and no more rights
+# than as a service.
 start_daemon() {
     local log=$ROOT/var/log/uplinkd/uplinkd.log
     [ -z "$record" ] || [ -e "$ROOT/run/recorder.pid" ] || start_recorder
     : >"$ROOT/tmp/.flag_settingsd_init_finished"
     rt uplinkctl flag set downlinkd_init_completed 1
     [ ! -e "$log" ] || LOG_MARK=$(wc -l <"$log")
-    rt env "$@" uplinkd </dev/null >>"$ROOT/var/log/uplinkd.out" 2>&1 &
+    rt setpriv --bounding-set="$(service_capabilities)" --no-new-privs \
+        env "$@" uplinkd </dev/null >>"$ROOT/var/log/uplinkd.out" 2>&1 &
     DAEMON_RUNS=1
     expect_log 'uplinkd_init finish!'
 }

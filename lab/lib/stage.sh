@@ -11,7 +11,7 @@ declare "$@"
 
 mount -t tmpfs -o mode=755 tmpfs /run
 mkdir -p /run/lab/{scenarios,tools}
-cp -R /proc/self/fd/3/{lib,router,../docs/schemas,../docs/questions.md} /run/lab/
+cp -R /proc/self/fd/3/{lib,router,../docs/schemas,../docs/questions.md,../packaging/systemd/uplinkd.service} /run/lab/
 for tool in $tools; do cp "/proc/self/fd/4/$tool" /run/lab/tools/; done
 [ ! -e /proc/self/fd/4/fast_sleep.so ] || cp /proc/self/fd/4/fast_sleep.so /run/lab/tools/
 cp /proc/self/fd/7 "/run/lab/scenarios/$scenario"

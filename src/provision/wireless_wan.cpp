@@ -27,8 +27,9 @@ int uplinkd_process_wlan_up(int wan_mode) {
     wan_di_set set;
     uplinkd_cfg_get_di_wlan_by_mode(&set, wan_mode);
     set_devinfo_value_by_id(set.netstatus_id, "1", 1);
-    const char *iface_type = uplink_of_mode(wan_mode)->iface_type;
-    set_devinfo_value_by_id(set.iface_type_id, iface_type, static_cast<int>(strlen(iface_type)));
+    const uplink &wan = *uplink_of_mode(wan_mode);
+    set_devinfo_value_by_id(set.iface_type_id, wan.iface_type,
+                            static_cast<int>(strlen(wan.iface_type)));
     const text<32> ifname = item_ifname<32>(set.ifname_id);
     if (ifname.empty()) {
         UPLINKD_TRACE(LOG_EVENT, "got invalid ifname");
