@@ -74,8 +74,7 @@ static words fields(std::string value) {
     fs::current_path(WORK);
     for (std::string word; std::getline(stream, word, ' ');) {
         glob_t matches{};
-        if (word.find_first_of("*?[") != word.npos &&
-            glob(word.c_str(), 0, nullptr, &matches) == 0)
+        if (word.find_first_of("*?[") != word.npos && glob(word.c_str(), 0, nullptr, &matches) == 0)
             found.insert(found.end(), matches.gl_pathv, matches.gl_pathv + matches.gl_pathc);
         else if (!word.empty())
             found.push_back(word);
@@ -160,7 +159,7 @@ static void expect(const std::string &script, const std::string &event, const te
             both.insert(both.end(), expected[i].begin(), expected[i].end());
         if (i >= expected.size() || call != expected[i])
             for (const std::string &word : both)
-                fputs(shown(word).c_str(), stderr);
+                fprintf(stderr, "%s%s", shown(word).c_str(), &word == &both.back() ? "\n" : "");
     }
     DEMAND(made == expected, file_text(script));
     texts now = files();
@@ -189,7 +188,8 @@ static std::string take_hostile(FuzzedDataProvider &input) {
 }
 
 static std::string take_ifname(FuzzedDataProvider &input) {
-    std::string name = input.ConsumeBool() ? take_hostile(input).substr(0, 15) : "eth1";
+    std::string name = input.ConsumeBool() ? take_hostile(input).substr(0, 15)
+                                           : input.PickValueInArray({"eth1", "a$b", ".."});
     std::erase(name, '/'); // as in the kernel
     return name;
 }
@@ -396,7 +396,7 @@ static void whole_batch(FuzzedDataProvider &input) {
                         {"USR_WIRED_WAN_VLAN_ID_1", "10"}};
     memory::items.clear();
     const int mode = input.ConsumeBool() ? 2 : 7;
-    const bool up = input.ConsumeBool();
+    const bool up = take_number(input, 0, 3) > 0;
     for (int idx = 0; up && idx < 2; idx++)
         for (const words &call : start_wan(input, idx, changes))
             expected.push_back(call);
@@ -420,7 +420,8 @@ static void whole_batch(FuzzedDataProvider &input) {
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const bool prepared = prepare();
     FuzzedDataProvider input(data, size);
-    constexpr void (*KINDS[])(FuzzedDataProvider &) = {lease, lease6, ppp, whole_batch};
+    constexpr void (*KINDS[])(FuzzedDataProvider &) = {lease, lease6, ppp, whole_batch,
+                                                       whole_batch};
     input.PickValueInArray(KINDS)(input);
     return prepared ? 0 : 1;
 }
