@@ -70,8 +70,10 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         memcpy(&record, bytes.data(), RECORD);
         record.msg_id = last ? LAST : i;
         memcpy(bytes.data(), &record, RECORD);
-        DEMAND(sendto(from.fd, bytes.data(), length, 0, reinterpret_cast<sockaddr *>(&bus),
-                      sizeof bus) == static_cast<ssize_t>(length));
+        const auto to = reinterpret_cast<sockaddr *>(&bus);
+        const ssize_t sent = TEMP_FAILURE_RETRY( // libFuzzer's alarm may interrupt
+            sendto(from.fd, bytes.data(), length, 0, to, sizeof bus));
+        DEMAND(sent == static_cast<ssize_t>(length), strerror(errno));
         record.src_app_id = from.app_id;
         if (length == RECORD)
             expected.push_back(record);

@@ -16,6 +16,7 @@
 #include "provision/clients/dhcpv6.h"
 #include "provision/clients/ppp.h"
 #include "provision/wired_wan.h"
+#include "provision/wireless_wan.h"
 #include "shell.h"
 #include "wan/items.h"
 
@@ -331,7 +332,7 @@ static bool can_be_ifname(const std::string &name) {
 }
 
 // What one WAN adds to the batch that brings all up.
-static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, texts &changes) {
+static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, int item, texts &changes) {
     const std::string wan = "_wan" + std::to_string(idx), end = idx == 0 ? "" : "_1";
     const auto set = [&](const char *key, const std::string &value) {
         return memory::settings[key + end] = value;
@@ -348,11 +349,11 @@ static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, texts &c
     const std::string mode6 = set("USR_WAN_V6_IPMODE", std::to_string(take_number(input, 0, 3)));
     std::string mtu = set("USR_WAN_MTU", std::to_string(take_number(input, -1, 1500))), calls;
     const std::string conf = CONF + in["name"], script6 = "/tmp/.udhcpc6_v6" + wan + ".script";
-    memory::items[std::to_string(wired_item(DI_IFA_WIRED_WAN_REAL_IFACE, idx))] = in["name"];
+    memory::items[std::to_string(item)] = in["name"];
     if (!can_be_ifname(in["name"]))
         return {};
     fs::create_directories(conf);
-    if (mode == "linkppp") {
+    if (mode == "linkppp" && item != DI_IFA_WLAN24_WAN_REAL_IFACE) {
         mtu = std::stoi(mtu) > 0 ? mtu : "1500";
         calls = "chmod 777 " + script6 + "\n";
         for (const char *script : {"ipv6-up", "ipv6-down", "ip-up", "ip-down"})
@@ -370,9 +371,10 @@ static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, texts &c
         return calls_of(calls, in);
     }
     const std::string script = "/tmp/.udhcpc_v4" + wan + ".script";
-    if (version[3] != '6' && version != "?" && mode == "Static")
+    const bool v4 = version.find("v4") != version.npos;
+    if (v4 && mode == "Static")
         calls = "ip -4 address add \"$ip/$mask\" dev \"$name\"\n";
-    if (version[3] != '6' && version != "?" && mode == "dhcp")
+    if (v4 && mode == "dhcp")
         calls = "chmod 777 " + script + "\nudhcpc -i \"$name\" -s " + script +
                 " -p /tmp/.udhcpc_v4" + wan + ".pid\n";
     if (version.ends_with('6') && (mode6 == "1" || mode6 == "2")) {
@@ -389,26 +391,30 @@ static std::vector<words> start_wan(FuzzedDataProvider &input, int idx, texts &c
 
 static void whole_batch(FuzzedDataProvider &input) {
     texts in, changes;
-    std::vector<words> expected = calls_of(
-        "killall udhcpc\nkillall udhcpc6\nip6tables -t nat -F POSTROUTING\nkillall pppd\n", in);
     memory::settings = {{"SYS_WIRED_WAN_SUB_PORT_NUM", "1"},
                         {"USR_WIRED_WAN_SW_1", "1"},
                         {"USR_WIRED_WAN_VLAN_ID_1", "10"}};
     memory::items.clear();
-    const int mode = input.ConsumeBool() ? 2 : 7;
-    const bool up = take_number(input, 0, 3) > 0;
-    for (int idx = 0; up && idx < 2; idx++)
-        for (const words &call : start_wan(input, idx, changes))
+    const int mode = input.PickValueInArray({2, 7, 3});
+    const bool up = take_number(input, 0, 3) > 0, wireless = mode == 3;
+    const int item = wireless ? DI_IFA_WLAN24_WAN_REAL_IFACE : DI_IFA_WIRED_WAN_REAL_IFACE;
+    std::vector<words> expected =
+        calls_of("killall udhcpc\nkillall udhcpc6\nip6tables -t nat -F POSTROUTING\n", in);
+    if (!wireless)
+        expected.push_back({"killall", "pppd"});
+    for (int idx = 0; up && idx < (wireless ? 1 : 2); idx++)
+        for (const words &call : start_wan(input, idx, wired_item(item, idx), changes))
             expected.push_back(call);
     if (!up) {
-        const std::string name = take_hostile(input);
-        memory::items[std::to_string(DI_IFA_WIRED_WAN_REAL_IFACE)] = name;
-        if (can_be_ifname(name) && mode == 2)
+        const std::string name = memory::items[std::to_string(item)] = take_hostile(input);
+        if (can_be_ifname(name) && mode != 7)
             expected.push_back({"ip", "-4", "address", "flush", name});
         if (can_be_ifname(name))
             expected.push_back({"ip", "-6", "address", "flush", "scope", "global", "dev", name});
     }
-    up ? uplinkd_process_wired_up(mode) : uplinkd_process_wired_down(mode);
+    const auto work = wireless ? (up ? uplinkd_process_wlan_up : uplinkd_process_wlan_down)
+                               : (up ? uplinkd_process_wired_up : uplinkd_process_wired_down);
+    work(mode);
     expect(BATCH, "", {}, expected, changes);
     for (const auto &[path, text] : changes)
         fs::remove(path);
