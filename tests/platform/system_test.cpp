@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -47,6 +48,18 @@ TEST(System, AStartedProgramInheritsNothing) {
               0);
 }
 
+// Under ThreadSanitizer and qemu-user it is a fork, from which no reason comes back.
+static bool is_vfork_real() {
+    volatile bool is_shared = false;
+    const pid_t child = vfork();
+    if (child == 0) {
+        is_shared = true;
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    return is_shared;
+}
+
 TEST(System, RebootsWithWhatIsOnThePath) {
     put_file("/tmp/bin/reboot", "#!/bin/sh\necho $# > /tmp/asked\n");
     chmod("/tmp/bin/reboot", 0755);
@@ -54,10 +67,8 @@ TEST(System, RebootsWithWhatIsOnThePath) {
     setenv("PATH", "/tmp/none:/tmp/bin", 1);
     EXPECT_EQ(util_does_system_opt_reboot("test"), 0);
     EXPECT_EQ(file_text("/tmp/asked"), "0\n");
-#if !defined(__SANITIZE_THREAD__) // which makes a fork of vfork, from which no reason comes back
     setenv("PATH", "/tmp/none", 1);
-    EXPECT_EQ(util_does_system_opt_reboot("test"), -1);
-#endif
+    EXPECT_EQ(util_does_system_opt_reboot("test"), is_vfork_real() ? -1 : 0);
 }
 
 // All networks among sixteen addresses, as bit sets of their members; non-contiguous masks too.
