@@ -61,7 +61,7 @@ int become_reboot() {
 // ---- in the parent, whose thread waits until the child has executed; the others go on
 
 // (posix_spawn can neither pass on the shell's wish nor make a grandchild.)
-// NOLINTBEGIN(clang-analyzer-security.insecureAPI.vfork,clang-analyzer-unix.Vfork)
+// NOLINTBEGIN(*vfork,*Vfork,bugprone-unsafe-functions)
 
 // Starts a shell and waits for its end. STATUS receives its wait status. Returns 0, or the reason
 // why there is no shell.
@@ -96,7 +96,7 @@ int start_reboot() {
     return error;
 }
 
-// NOLINTEND(clang-analyzer-security.insecureAPI.vfork,clang-analyzer-unix.Vfork)
+// NOLINTEND(*vfork,*Vfork,bugprone-unsafe-functions)
 
 } // namespace
 
