@@ -1,4 +1,7 @@
+#include <atomic>
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -12,6 +15,14 @@
 namespace fs = std::filesystem;
 static constexpr const char *FILE_PATH = "/tmp/file";
 
+[[gnu::format(printf, 1, 2)]] static int write(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    const int result = write_script(FILE_PATH, format, args);
+    va_end(args);
+    return result;
+}
+
 TEST(script_runner, writes_whole_lines_or_nothing) {
     const std::string longest(MAX_LINE_SIZE - 1, 'x');
     EXPECT_EQ(uplinkd_file_append_line(FILE_PATH, "%s", longest.c_str()), 0);
@@ -20,9 +31,9 @@ TEST(script_runner, writes_whole_lines_or_nothing) {
     EXPECT_EQ(uplinkd_script_execute(FILE_PATH, nullptr), -1);
     EXPECT_CALLS(4, "");
     EXPECT_TRUE(file_text(FILE_PATH) == longest + "\n");
-    EXPECT_EQ(write_script(FILE_PATH, "%s", "new"), 0);
+    EXPECT_EQ(write("%s", "new"), 0);
     EXPECT_EQ(file_text(FILE_PATH), "new\n");
-    EXPECT_EQ(write_script(FILE_PATH, "%sx", longest.c_str()), -1);
+    EXPECT_EQ(write("%sx", longest.c_str()), -1);
     EXPECT_EQ(file_text(FILE_PATH), "");
 }
 
@@ -32,12 +43,12 @@ TEST(script_runner, makes_do_with_what_a_full_disk_has) {
     EXPECT_EQ(uplinkd_file_append_line(FILE_PATH, "%s", std::string(4000, 'x').c_str()), 0);
     uplinkd_file_append_line(FILE_PATH, "rm -r /tmp/%s", std::string(90, 'y').c_str());
     EXPECT_EQ(file_text(FILE_PATH), std::string(4000, 'x') + "\n");
-    EXPECT_EQ(write_script(FILE_PATH, "new"), 0);
+    EXPECT_EQ(write("new"), 0);
     EXPECT_EQ(file_text(FILE_PATH), "new\n");
     // Without any room: not after the commands of another batch either.
     for (int i = 0; mkdir(("/tmp/" + std::to_string(i)).c_str(), 0700) == 0; i++)
         ;
-    EXPECT_EQ(write_script(FILE_PATH, "newer"), 0);
+    EXPECT_EQ(write("newer"), 0);
     EXPECT_EQ(file_text(FILE_PATH), "newer\n");
     umount2("/tmp", MNT_DETACH);
 }
@@ -84,6 +95,28 @@ TEST(script_runner, goes_past_what_lies_in_its_way) {
             }
 }
 
+// Without an inode left, what others have planted does not take the place of what could not be
+// made: it is removed or, where it cannot be, the batch is not run.
+TEST(script_runner, runs_no_batch_whose_files_are_somebody_elses) {
+    for (const bool can_be_removed : {true, false}) {
+        ASSERT_EQ(mount("tmpfs", "/tmp", "tmpfs", 0, "nr_inodes=40"), 0);
+        batch("before").run();
+        if (can_be_removed)
+            write_file(FILE_PATH, "his\n");
+        else
+            fs::create_directory(FILE_PATH);
+        for (int i = 0; mkdir(("/tmp/" + std::to_string(i)).c_str(), 0700) == 0; i++)
+            ;
+        memory::take(4);
+        batch commands("me");
+        EXPECT_EQ(write("mine"), -1);
+        EXPECT_FALSE(fs::is_regular_file(FILE_PATH));
+        commands.run();
+        EXPECT_EQ(memory::take(4).empty(), !can_be_removed);
+        umount2("/tmp", MNT_DETACH);
+    }
+}
+
 // The name of a pid file is freed by clients and scripts: whatever has been put there since goes
 // when the daemon comes by, and a live client's number stays.
 TEST(script_runner, takes_names_back) {
@@ -94,36 +127,76 @@ TEST(script_runner, takes_names_back) {
     EXPECT_EQ(file_text(BYTES), "7\n");
     reclaim_generated(FILE_PATH);
     EXPECT_EQ(file_text(FILE_PATH), "7\n");
-    for (const bool is_planted : {false, true}) {
+    for (const auto take_back : {reclaim_generated, prepare_generated}) {
         write_file(BYTES, "7\n");
         fs::remove(FILE_PATH);
-        if (is_planted)
-            write_file(FILE_PATH, "-9 -1\n");
-        reclaim_generated(FILE_PATH);
+        write_file(FILE_PATH, "-9 -1\n");
+        take_back(FILE_PATH);
         EXPECT_EQ(fs::read_symlink(FILE_PATH), ".uplinkd/file");
         EXPECT_FALSE(fs::exists(FILE_PATH));
     }
-    fs::remove(FILE_PATH);
-    reclaim_generated(FILE_PATH); // of a client that never ran
-    EXPECT_FALSE(fs::is_symlink(FILE_PATH));
+    for (const bool append : {false, true}) {
+        write_file(BYTES, "rm -r *\n");
+        chmod(BYTES, 0777);
+        fs::remove(FILE_PATH);
+        EXPECT_EQ(append ? uplinkd_file_append_line(FILE_PATH, "mine") : write("mine"), 0);
+        EXPECT_EQ(file_text(FILE_PATH), "mine\n");
+        EXPECT_EQ(fs::status(FILE_PATH).permissions(), fs::perms{0644});
+    }
 }
 
-// Two daemons, of a restart that overlaps.
+// Two daemons, of a restart that overlaps; every other time there is no folder yet.
 TEST(script_runner, lets_one_process_at_a_time_build_a_batch) {
+    auto *arrived = static_cast<std::atomic<int> *>(
+        mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    auto meet = [arrived, meetings = 0]() mutable {
+        meetings++;
+        for (++*arrived; *arrived < 2 * meetings;)
+            sched_yield();
+    };
     const pid_t other = fork();
     const std::string line = other == 0 ? "other\n" : "one\n";
     bool is_mixed = false;
-    for (int round = 0; round < 200; round++) {
-        batch commands("me");
-        for (int i = 0; i < 5; i++)
-            uplinkd_file_append_line(TMP_SCRIPT, "%s", line.substr(0, line.size() - 1).c_str());
-        is_mixed |= file_text(TMP_SCRIPT) != "# rewrite by me\n" + line + line + line + line + line;
+    for (int round = 0; round < 600; round++) {
+        if (round % 2 == 0 && other != 0)
+            fs::remove_all(GENERATED_FOLDER);
+        meet();
+        {
+            const batch commands("me");
+            for (int i = 0; i < 5; i++)
+                uplinkd_file_append_line(TMP_SCRIPT, "%s", line.substr(0, line.size() - 1).c_str());
+            is_mixed |=
+                file_text(TMP_SCRIPT) != "# rewrite by me\n" + line + line + line + line + line;
+        }
+        meet();
     }
     if (other == 0)
         _exit(is_mixed);
     int status = -1;
     waitpid(other, &status, 0);
     EXPECT_FALSE(is_mixed || status != 0);
+    munmap(arrived, 4096);
+}
+
+// A cleaner of /tmp comes by while a daemon waits for the other's batch.
+TEST(script_runner, waits_for_the_folder_that_is_there_then) {
+    pid_t waiting;
+    {
+        const batch commands("me");
+        waiting = fork();
+        if (waiting != 0) {
+            usleep(50000);
+            fs::remove_all(GENERATED_FOLDER);
+            mkdir(GENERATED_FOLDER, 0700);
+        }
+    }
+    if (waiting == 0) {
+        const batch commands("other");
+        _exit(file_text(TMP_SCRIPT) == "# rewrite by other\n" ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(waiting, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 
 // A pppd that dies while the next batch is built still has to run its down scripts; who kept the
@@ -132,6 +205,7 @@ TEST(script_runner, keeps_a_script_executable_and_to_itself) {
     uplinkd_file_append_line(FILE_PATH, "old");
     chmod(FILE_PATH, 0777);
     std::ofstream kept_open(FILE_PATH, std::ios::app);
+    write_file(GENERATED_FOLDER "/.new", "of a daemon that was killed\n");
     EXPECT_EQ(uplinkd_file_truncate(FILE_PATH), 0);
     EXPECT_EQ(fs::status(FILE_PATH).permissions(), fs::perms{0755});
     kept_open << "his" << std::flush;

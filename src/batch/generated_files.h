@@ -7,11 +7,12 @@
 // cannot be taken away by them, because /tmp is sticky.
 //
 // A name that a client or a script removes is free until it is claimed again. What is planted there
-// in the meantime is kept from clients by the kernel, where fs.protected_symlinks, _hardlinks,
-// _fifos and _regular are on.
+// in the meantime is kept from clients that write it by the kernel, where fs.protected_symlinks,
+// _hardlinks, _fifos and _regular are on; a script that reads it gets what it holds.
 #pragma once
 
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "base/text.h"
@@ -20,7 +21,7 @@
 #define GENERATED_FOLDER GENERATED_NAMES ".uplinkd"
 
 inline bool is_generated(const char *path) {
-    return std::string_view(path).starts_with(GENERATED_NAMES);
+    return strncmp(path, GENERATED_NAMES, sizeof GENERATED_NAMES - 1) == 0;
 }
 
 // What a generated file is called, in /tmp and in the folder.
@@ -36,6 +37,7 @@ inline text<64> generated_path(const char *path) {
 }
 
 // As long as it lives, no other process changes the files. It may be taken within another one.
+// Where there can be no folder it holds nothing, and all operations fail.
 struct generated_files_lock {
     generated_files_lock();
     generated_files_lock(const generated_files_lock &) = delete;
@@ -45,25 +47,24 @@ struct generated_files_lock {
     const bool is_outermost;
 };
 
-// Puts a file of these BYTES in the place of the one known as PATH. Who is reading that one reads
-// it to its end, and its mode is kept. Returns 0; -1 where the bytes could not be written, which
-// leaves it empty, or where the name could not be claimed.
+// Puts a file of these BYTES in the place of the one known as PATH, whose mode is kept but for what
+// the umask takes away. Who is reading that one reads it to its end, unless there is no room for
+// two. Returns 0; -1 where the bytes could not be written, which leaves it empty, or where it could
+// not be put in its place.
 int replace_generated(const char *path, std::string_view bytes);
 
 // Opens the file to append, or creates it. Returns a descriptor, or -1.
 int open_generated(const char *path);
 
-// Sees to it that PATH leads to the bytes and to nothing else. False where it does not.
-bool claim_generated(const char *path);
+// Sees to it that PATH leads to its bytes. False where it does not, or where another file could not
+// be put in its place since the lock was taken: root is not to run what lies there instead.
+bool can_run_generated(const char *path);
 
-// Claims the name of a file that a client is to write; there are no bytes yet.
+// Removes the bytes that a client may have written and claims the name, for the next one.
 void prepare_generated(const char *path);
 
-// Claims the name of such a file again if somebody has removed it since, and with it the bytes.
+// Does so if somebody has removed the name, or put something there.
 void reclaim_generated(const char *path);
-
-// Removes the name, whatever file lies there.
-void remove_generated(const char *path);
 
 // Appends all or, on a full disk, nothing: the beginning of a command is another command.
 bool append_whole(int file, std::string_view bytes);

@@ -13,7 +13,9 @@
 static constexpr int EXECUTE_COMMAND_SIZE = 128;
 
 batch::batch(const char *given_owner) : owner(given_owner) {
-    write_script(TMP_SCRIPT, "# rewrite by %s", owner);
+    text<64> header;
+    snprintf(header.data(), sizeof header.chars, "# rewrite by %s\n", owner);
+    replace_generated(TMP_SCRIPT, header.c_str());
 }
 
 void batch::run() {
@@ -117,21 +119,10 @@ int uplinkd_file_append_line(const char *path, const char *format, ...) {
     return line.length > 0 ? append(path, line.bytes()) : -1;
 }
 
-int write_script_args(const char *path, const char *format, va_list args) {
+int write_script(const char *path, const char *format, va_list args) {
     const line_text line = expand(format, args);
-    const bool replaced = replace_generated(path, line.bytes()) == 0;
-    if (line.length == 0)
-        return -1;
-    // On a full disk there may be room where the old script was.
-    return replaced ? 0 : append(path, line.bytes());
-}
-
-int write_script(const char *path, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    const int result = write_script_args(path, format, args);
-    va_end(args);
-    return result;
+    const int result = replace_generated(path, line.bytes());
+    return line.length > 0 ? result : -1;
 }
 
 int uplinkd_script_execute(const char *path, const char *caller) {
@@ -139,8 +130,8 @@ int uplinkd_script_execute(const char *path, const char *caller) {
         return -1;
     if (uplinkd_file_append_line(path, "# executed by %s", caller) != 0)
         return -1;
-    if (is_generated(path) && !claim_generated(path))
-        return -1; // what lies there is somebody else's
+    if (is_generated(path) && !can_run_generated(path))
+        return -1;
     text<EXECUTE_COMMAND_SIZE> command;
     const int length = snprintf(command.data(), sizeof command.chars,
                                 "chmod 777 %s && %s >/dev/null 2>&1", path, path);

@@ -40,9 +40,7 @@ int uplinkd_file_truncate(const char *path);
 
 // Truncates the script at PATH and appends one line, in a single step. An expansion over
 // MAX_LINE_SIZE leaves the script empty.
-[[gnu::format(printf, 2, 3)]] int write_script(const char *path, const char *format, ...);
-[[gnu::format(printf, 2, 0)]] int write_script_args(const char *path, const char *format,
-                                                    va_list args);
+[[gnu::format(printf, 2, 0)]] int write_script(const char *path, const char *format, va_list args);
 
 // Appends the trailer that names CALLER and runs the script as root. Returns the result of
 // system_by_root, or -1 without running anything.

@@ -1,5 +1,7 @@
 #include "provision/wired_wan.h"
 
+#include <unistd.h>
+
 #include "base/log_forms.h"
 #include "batch/iface_commands.h"
 #include "batch/script_runner.h"
@@ -135,7 +137,9 @@ int uplinkd_process_wired_down(int wan_mode) {
 }
 
 void reclaim_pid_files() {
-    const generated_files_lock hold;
-    for (int idx = 0; is_wan_index(idx); idx++)
-        reclaim_generated(dhcp_client_fnames(UDHCPC6, idx, IPVER_V6).pid.c_str());
+    for (int idx = 0; is_wan_index(idx); idx++) {
+        const dhcp_client_fnames client(UDHCPC6, idx, IPVER_V6);
+        if (access(client.script.c_str(), F_OK) == 0) // it has been started before
+            reclaim_generated(client.pid.c_str());
+    }
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "guard/subnet_conflict.h"
 #include "platform/host/files.h"
@@ -129,7 +130,8 @@ int find_process(const char *name) {
 }
 
 int read_pid_file(const char *path) {
-    if (!is_generated(path)) // of a command of somebody else's making
+    // A command may be of somebody else's making, and a name be gone before its bytes are.
+    if (!is_generated(path) || access(path, F_OK) != 0)
         return 0;
     const host::descriptor file(
         host::open_regular(generated_path(path).c_str(), O_RDONLY | O_NOFOLLOW));

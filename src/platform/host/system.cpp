@@ -2,7 +2,8 @@
 // signals that end programs, whatever the caller inherited, so that it can be ended with a plain
 // killall. No started program inherits a descriptor of the layer. A command's shell ends with the
 // process that started it, what it has put into the background does not: whoever takes over from a
-// daemon that was killed is not to find half of a command still going on.
+// daemon that was killed is not to find half of a command still going on. (A shell that leaves the
+// last program of a command line to a child, as dash and bash do, ends alone.)
 #include "platform/system.h"
 
 #include <csignal>

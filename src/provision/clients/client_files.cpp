@@ -1,6 +1,7 @@
 #include "provision/clients/client_files.h"
 
 #include <cstdio>
+#include <unistd.h>
 
 #include "base/log_forms.h"
 #include "base/text.h"
@@ -61,7 +62,7 @@ int uplinkd_ppp_get_script_fname_by_idx(char *buffer, int size, int idx,
 void write_client_script(const char *path, const char *script_template, ...) {
     va_list args;
     va_start(args, script_template);
-    write_script_args(path, script_template, args);
+    write_script(path, script_template, args);
     va_end(args);
     uplinkd_file_append_line(TMP_SCRIPT, "chmod 777 %s >/dev/null 2>&1", path);
 }
@@ -100,10 +101,11 @@ int uplinkd_dhcpc_clean_unuse_files_by_idx(int idx) {
     }
     pid_fname fname;
     uplinkd_dhcpc_get_pid_fname_by_idx(fname.data(), fname.size(), UDHCPC, idx, IPVER_V4);
-    remove_generated(fname.c_str());
+    unlink(fname.c_str());
     fname = {};
     uplinkd_dhcpc_get_pid_fname_by_idx(fname.data(), fname.size(), UDHCPC6, idx, IPVER_V6);
-    remove_generated(fname.c_str());
+    if (unlink(fname.c_str()) == 0)
+        prepare_generated(fname.c_str()); // a PPP link's down script looks there yet
     return 0;
 }
 
@@ -114,6 +116,6 @@ int uplinkd_ppp_clean_unuse_files_by_idx(int idx) {
     }
     pid_fname fname;
     uplinkd_ppp_get_pid_fname_by_idx(fname.data(), fname.size(), idx, PPPD);
-    remove_generated(fname.c_str());
+    unlink(fname.c_str());
     return 0;
 }
