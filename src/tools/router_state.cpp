@@ -130,13 +130,13 @@ int find_process(const char *name) {
 }
 
 int read_pid_file(const char *path) {
-    // A command may be of somebody else's making, and a name be gone before its bytes are.
-    if (!is_generated(path) || access(path, F_OK) != 0)
-        return 0;
-    const host::descriptor file(
-        host::open_regular(generated_path(path).c_str(), O_RDONLY | O_NOFOLLOW));
+    // A client that starts while the one before it ends may find its name gone, and makes a file of
+    // its own there. Somebody else's says nothing.
+    const host::descriptor file(host::open_regular(path, O_RDONLY));
+    struct stat status;
     char digits[16] = {};
-    if (file < 0 || read(file, digits, sizeof digits - 1) <= 0)
+    if (file < 0 || fstat(file, &status) != 0 || status.st_uid != geteuid() ||
+        read(file, digits, sizeof digits - 1) <= 0)
         return 0;
     const int pid = to_int(digits);
     return pid > 0 ? pid : 0;

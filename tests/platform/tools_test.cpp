@@ -166,6 +166,10 @@ TEST(Tools, AnswerOrFailWithAReasonAndAStatus) {
         {"for no in '' 1; do NO_COLOR=$no script -qec 'uplinkctl status' /dev/null | grep -c "
          "$(printf '\\033'); done; uplinkctl status | grep -c $(printf '\\033'); true",
          "[1-9]\n0\n0\n"},
+        // A client's number is in a file of its own or behind a link; a pipe holds nobody up.
+        {"f=/tmp/.udhcpc_v4_wan0.pid; see() { uplinkctl status | grep client; }; echo 4194304 > $f;"
+         "see; mv $f /tmp/n; ln -s n $f; see; rm /tmp/n; see; mkfifo /tmp/n; see; rm $f /tmp/n",
+         "( +client +udhcpc, pid 4194304, which is gone\n){2}"},
         // What was overlapped stands in the log, in the daemon's words, not in those that it
         // quotes.
         {"uplinkctl flag set UPLINKD_DETECT_WAN_NET_SEG_INVALID 1; say() { printf '2026-01-31 "

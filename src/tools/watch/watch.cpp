@@ -114,6 +114,8 @@ void deal_with_tmp(const inotify_event &event) {
         look_at_files();
     else if (strcmp(event.name, file_name(GENERATED_FOLDER)) == 0)
         watch_folder(GENERATED); // another one
+    else
+        processes::file_changed(event.name);
 }
 
 void deal_with_generated(const inotify_event &event) {
