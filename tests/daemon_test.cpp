@@ -137,7 +137,7 @@ TEST(threads, meet_in_start_up_handlers_and_notice_timer) {
     };
     given("USR_WAN_MODE=5 USR_WAN_COMMUNICATION_PRIORITY_STRATEGY=1 USR_FLOW_SMS_NOTICE_DELAY=1");
     memory::flags["downlinkd_init_completed"] = "1";
-    write_file("/tmp/.flag_settingsd_init_finished", "");
+    put_file("/tmp/.flag_settingsd_init_finished", "");
     const int mobile = memory::number_of("MOBILE_NETSTATUS");
     const int wan = memory::number_of("WIRED_WAN_NETSTATUS");
     const auto hand_over = [&](const char *to_mobile, const char *message_name) {

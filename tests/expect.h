@@ -1,12 +1,10 @@
 // What the unit tests share: comparing whole sequences of calls, and a few files.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <regex>
-#include <sstream>
 
+#include "files.h"
 #include "memory_platform.h"
 
 using memory::given;
@@ -14,22 +12,11 @@ using memory::given;
 #define SCRIPT_FILE "/etc/ebscript/wan_mode_setting.sh"
 #define BATCH_FILE  "/tmp/.tmp_uplinkd_script"
 
-inline std::string file_text(const std::string &path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
-inline void write_file(const std::string &path, const char *text) {
-    std::ofstream(path) << text;
-}
-
 // Whether the router carries the external WAN mode script.
 inline void external_script(bool present) {
-    std::filesystem::create_directories("/etc/ebscript");
     std::filesystem::remove(SCRIPT_FILE);
     if (present)
-        write_file(SCRIPT_FILE, "");
+        put_file(SCRIPT_FILE, "");
 }
 
 inline std::string unindented(const std::string &text) {

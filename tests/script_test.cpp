@@ -69,7 +69,7 @@ TEST(script_runner, goes_past_what_lies_in_its_way) {
         {"folder", [](const auto &place) { fs::create_directory(place); }},
         {"full folder", [](const auto &place) { fs::create_directories(place / "his"); }},
     };
-    write_file("/tmp/his", "his\n");
+    put_file("/tmp/his", "his\n");
     chmod("/tmp/his", 0755);
     fs::create_directory("/tmp/room");
     for (const auto &[what, put] : obstacles)
@@ -102,7 +102,7 @@ TEST(script_runner, runs_no_batch_whose_files_are_somebody_elses) {
         ASSERT_EQ(mount("tmpfs", "/tmp", "tmpfs", 0, "nr_inodes=40"), 0);
         batch("before").run();
         if (can_be_removed)
-            write_file(FILE_PATH, "his\n");
+            put_file(FILE_PATH, "his\n");
         else
             fs::create_directory(FILE_PATH);
         for (int i = 0; mkdir(("/tmp/" + std::to_string(i)).c_str(), 0700) == 0; i++)
@@ -123,20 +123,20 @@ TEST(script_runner, takes_names_back) {
     constexpr const char *BYTES = GENERATED_FOLDER "/file";
     prepare_generated(FILE_PATH);
     EXPECT_FALSE(fs::exists(FILE_PATH));
-    write_file(FILE_PATH, "7\n");
+    put_file(FILE_PATH, "7\n");
     EXPECT_EQ(file_text(BYTES), "7\n");
     reclaim_generated(FILE_PATH);
     EXPECT_EQ(file_text(FILE_PATH), "7\n");
     for (const auto take_back : {reclaim_generated, prepare_generated}) {
-        write_file(BYTES, "7\n");
+        put_file(BYTES, "7\n");
         fs::remove(FILE_PATH);
-        write_file(FILE_PATH, "-9 -1\n");
+        put_file(FILE_PATH, "-9 -1\n");
         take_back(FILE_PATH);
         EXPECT_EQ(fs::read_symlink(FILE_PATH), ".uplinkd/file");
         EXPECT_FALSE(fs::exists(FILE_PATH));
     }
     for (const bool append : {false, true}) {
-        write_file(BYTES, "rm -r *\n");
+        put_file(BYTES, "rm -r *\n");
         chmod(BYTES, 0777);
         fs::remove(FILE_PATH);
         EXPECT_EQ(append ? uplinkd_file_append_line(FILE_PATH, "mine") : write("mine"), 0);
@@ -205,7 +205,7 @@ TEST(script_runner, keeps_a_script_executable_and_to_itself) {
     uplinkd_file_append_line(FILE_PATH, "old");
     chmod(FILE_PATH, 0777);
     std::ofstream kept_open(FILE_PATH, std::ios::app);
-    write_file(GENERATED_FOLDER "/.new", "of a daemon that was killed\n");
+    put_file(GENERATED_FOLDER "/.new", "of a daemon that was killed\n");
     EXPECT_EQ(uplinkd_file_truncate(FILE_PATH), 0);
     EXPECT_EQ(fs::status(FILE_PATH).permissions(), fs::perms{0755});
     kept_open << "his" << std::flush;
@@ -218,7 +218,7 @@ TEST(script_runner, leaves_secrets_alone_that_are_empty_already) {
     const timespec long_ago[2] = {{1, 0}, {1, 0}};
     struct stat status = {};
     for (const int mode : {0600, 0644}) {
-        write_file(SECRETS, "");
+        put_file(SECRETS, "");
         chmod(SECRETS, static_cast<mode_t>(mode));
         utimensat(AT_FDCWD, SECRETS, long_ago, 0);
         ASSERT_EQ(stat(SECRETS, &status), 0);
@@ -237,7 +237,7 @@ TEST(script_runner, leaves_secrets_alone_that_are_empty_already) {
 
 TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
     fs::create_symlink("/tmp/ram_disk", "/etc/ppp/chap-secrets");
-    write_file("/tmp/ram_disk", "old\n");
+    put_file("/tmp/ram_disk", "old\n");
     EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), 0);
     EXPECT_EQ(uplinkd_file_append_line("/etc/ppp/chap-secrets", "new"), 0);
     EXPECT_EQ(file_text("/tmp/ram_disk"), "new\n");
@@ -247,15 +247,6 @@ TEST(script_runner, follows_a_link_that_root_has_put_into_its_folder) {
     EXPECT_EQ(file_text("/tmp/ram_disk"), "new\n");
     fs::resize_file("/tmp/ram_disk", 0);
     EXPECT_EQ(uplinkd_file_truncate("/etc/ppp/chap-secrets"), -1);
-}
-
-static std::string through_shell(const std::string &command) {
-    FILE *shell = popen(command.c_str(), "r");
-    std::string output;
-    for (int c; (c = fgetc(shell)) != EOF;)
-        output += static_cast<char>(c);
-    pclose(shell);
-    return output;
 }
 
 // All values in one command.
@@ -271,8 +262,8 @@ TEST(shell_quote, keeps_values_values) {
             std::string(" ") + shell_word_in_double_quotes(value.c_str()).c_str();
         expected += value + "|";
     }
-    EXPECT_EQ(through_shell("printf '%s|'" + words), expected);
-    EXPECT_EQ(through_shell("sh -c \"printf '%s|'" + words_in_double_quotes + "\""), expected);
+    EXPECT_EQ(printed_by("printf '%s|'" + words), expected);
+    EXPECT_EQ(printed_by("sh -c \"printf '%s|'" + words_in_double_quotes + "\""), expected);
     EXPECT_FALSE(fs::exists("/tmp/run"));
 
     const char *plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./:@%+=,-";

@@ -77,7 +77,7 @@ TEST(ppp_secrets, hold_what_pppd_reads_back) {
         {"", "x", "", "got empty user or pwd"},
         {"me", "", "", "got empty user or pwd"},
     };
-    write_file(CHAP_SECRETS, "old * old\n");
+    put_file(CHAP_SECRETS, "old * old\n");
     chmod(CHAP_SECRETS, 0644);
     for (const auto &one : cases) {
         SCOPED_TRACE(std::string(one.user) + " " + one.pwd);
@@ -100,7 +100,7 @@ TEST(client_files, of_every_wan_that_is_set_up_are_removed) {
         return kinds[n % 3] + std::to_string(n / 3) + (n % 3 == 2 ? "_ppp.pid" : ".pid");
     };
     for (int n = 0; n < 30; ++n)
-        write_file(fname(n), "1");
+        put_file(fname(n), "1");
     given("SYS_WIRED_WAN_SUB_PORT_NUM=8");
     uplinkd_process_wired_up(2);
     for (int n = 0; n < 30; ++n)

@@ -92,7 +92,7 @@ protected:
             else
                 memory::note("sleep " + std::to_string(seconds));
             if (--waits_for_settingsd == 0)
-                write_file(SETTINGSD_FILE, "");
+                put_file(SETTINGSD_FILE, "");
             memory::flags["downlinkd_init_completed"] = --waits_for_downlinkd <= 0 ? "10" : "0";
         };
         memory::on_call = [this](const std::string &line) {

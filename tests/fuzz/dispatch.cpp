@@ -78,7 +78,6 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     memory::items = {{std::to_string(DI_PORT_STATUS_LIST), "0,0,0," + link}};
     memory::settings = {{USR_WAN_MODE, std::to_string(take_number(input, 0, 8))},
                         {USR_WAN_COMMUNICATION_PRIORITY_STRATEGY, input.ConsumeBool() ? "0" : "1"}};
-    mkdir("/etc/ebscript", 0755);
     for (int i = 0; i < 60 && input.remaining_bytes() > 0; i++) {
         const int idx = take_number(input, 0, 9), item = input.PickValueInArray(ITEMS);
         const std::string key = input.PickValueInArray(KEYS);

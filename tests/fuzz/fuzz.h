@@ -5,11 +5,10 @@
 #pragma once
 
 #include <algorithm>
-#include <fstream>
 #include <fuzzer/FuzzedDataProvider.h>
-#include <iterator>
 #include <string>
 
+#include "files.h"
 #include "sandbox.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
@@ -49,15 +48,6 @@ inline std::string shown(const std::string &text) {
             abort();                                                                               \
         }                                                                                          \
     } while (false)
-
-inline std::string file_text(const std::string &path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void put_file(const std::string &path, const std::string &text) {
-    std::ofstream(path, std::ios::trunc) << text;
-}
 
 // Up to LIMIT bytes, none of them NUL.
 inline std::string take_text(FuzzedDataProvider &input, size_t limit) {

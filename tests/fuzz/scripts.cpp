@@ -6,7 +6,6 @@
 // arguments, of its own choice, of the command that it belongs to, and no more; never a command, a
 // redirection or an argument of another one. That is the model here. The clients leave less: udhcpc
 // and udhcpc6 write addresses from numbers, and pppd takes its names from the kernel.
-#include <filesystem>
 #include <glob.h>
 #include <map>
 #include <sstream>
@@ -47,7 +46,6 @@ stub() {
 )";
 
 static bool prepare() {
-    fs::create_directories(WORK);
     for (const char *name : {"a", "b c", "-d", "\\*"})
         put_file(WORK + "/" + name, "");
     std::string stubs = STUB;

@@ -1,6 +1,5 @@
 // Any bytes as the settings file, against a model that takes the file as a list of lines.
 #include <climits>
-#include <filesystem>
 #include <memory>
 #include <sstream>
 
@@ -117,7 +116,6 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (end > 0)
         text = "#" + std::string(end - start - 2, '-') + "\n" + text;
     const model file(text);
-    std::filesystem::create_directories("/etc/uplinkd");
     put_file(SETTINGS, text);
     look_up(file, key.substr(0, key.find('\0')), input.ConsumeIntegralInRange<size_t>(1, 100));
     change(file, key, value);

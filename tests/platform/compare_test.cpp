@@ -40,8 +40,8 @@ static std::string conflict(int value) {
 
 // What `uplinkctl compare` prints, and its status at the end.
 static std::string compared() {
-    return shown(std::string("./uplinkctl compare ") + FIRST + ' ' + SECOND +
-                 " 2>&1; echo \"status $?\"");
+    return printed_by(std::string("./uplinkctl compare ") + FIRST + ' ' + SECOND +
+                      " 2>&1; echo \"status $?\"");
 }
 
 static void expect(const std::string &first, const std::string &second,

@@ -82,12 +82,12 @@ TEST(Tools, CheckSettingsAsTheDaemonReadsThem) {
         std::string said = setting + ": " + fault + "\n";
         if (const size_t secret = setting.find("hidden"); secret != std::string::npos)
             said = setting.substr(0, setting.find('=')) + "=(set): " + fault + "\n";
-        EXPECT_EQ(shown("./uplinkctl config check"), fault.empty() ? "" : said);
+        EXPECT_EQ(printed_by("./uplinkctl config check"), fault.empty() ? "" : said);
         put_file(SETTINGS, "#\n");
         const size_t equals = setting.find('=');
         const std::string refused =
-            shown("./uplinkctl config set --strict '" + setting.substr(0, equals) + "' '" +
-                  setting.substr(equals + 1) + "' 2>&1; echo $?");
+            printed_by("./uplinkctl config set --strict '" + setting.substr(0, equals) + "' '" +
+                       setting.substr(equals + 1) + "' 2>&1; echo $?");
         EXPECT_EQ(refused, fault.empty() ? "0\n" : "uplinkctl: " + said + "1\n");
         EXPECT_EQ(file_text(SETTINGS), fault.empty() ? "#\n" + setting + "\n" : "#\n");
     }
