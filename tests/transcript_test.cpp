@@ -21,6 +21,7 @@
 #include <cctype>
 #include <condition_variable>
 #include <mutex>
+#include <sstream>
 #include <unistd.h>
 #include <utility>
 
